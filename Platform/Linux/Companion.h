@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Platform/FileSystem.h"
+#include "Platform/Formats/AppleDouble.h"
+#include "Platform/Linux/Descriptor.h"
+
+#include <sys/stat.h>
+
+/// The file `._NAME` beside a file, with what the file's own volume cannot keep. It counts only when it is a regular
+/// file of the same owner, and not a link. One thread.
+class Companion final
+{
+public:
+    static Path pathOf(const Path &file);
+
+    /// The companion of `file`, whose status the caller knows. Errors: NotFound when there is none that counts,
+    /// Corrupt.
+    static Result<Companion> open(const Path &file, const struct stat &fileStatus);
+
+    /// Bytes on the medium; 0 where none counts, or it cannot be looked at.
+    static ByteCount occupied(const Path &file, const struct stat &fileStatus);
+
+    /// Writes the attribute into the companion, which is made where there is none. Errors: Busy when another process
+    /// changed it meanwhile, Permission when something is in its place that does not count, Corrupt, TooLarge, Io.
+    static Result<void> setAttribute(const Path &file, const struct stat &fileStatus, const std::string &name,
+                                     ByteView value);
+
+    /// Takes the attribute out of it, and removes the companion when nothing is left in it. Errors: as above, NotFound.
+    static Result<void> removeAttribute(const Path &file, const struct stat &fileStatus, const std::string &name);
+
+    const AppleDoubleLayout &layout() const { return m_layout; }
+
+    Result<Bytes> attribute(const std::string &name) const;
+
+    /// nullptr when the companion has none, or an empty one.
+    std::unique_ptr<ReadableFork> resourceFork() const;
+
+private:
+    Companion(Path path, std::shared_ptr<const Descriptor> file, const struct stat &status);
+
+    Result<Bytes> read(const ByteRange &range) const;
+    Result<AppleDoubleContent> content() const;
+    Result<void> write(const AppleDoubleContent &content, const struct stat &fileStatus) const;
+    Result<void> checkUnchanged() const;
+
+    Path m_path;
+    std::shared_ptr<const Descriptor> m_file; ///< nullptr of one that is to be made
+    struct stat m_status = {};
+    AppleDoubleLayout m_layout;
+};

@@ -1,0 +1,156 @@
+#include "Platform/Linux/Companion.h"
+#include "Platform/Linux/FileCalls.h"
+#include "Platform/Linux/NewFile.h"
+
+#include <algorithm>
+
+static constexpr std::size_t kMostContent = std::size_t{16} << 20;
+
+/// Everything but the resource fork, which is copied from file to file.
+Result<AppleDoubleContent> Companion::content() const
+{
+    AppleDoubleContent content;
+    if (!m_layout.isWhollyUnderstood)
+        return Failure{ErrorCode::Corrupt, 0, m_path.native() + " holds what would be lost"};
+    ByteCount total = 0;
+    const auto take = [&](const ByteRange &range) -> Result<Bytes> {
+        total += range.length; // each is a 32-bit number, and the layout holds less than 2^32 of them
+        if (total > kMostContent)
+            return Failure{ErrorCode::TooLarge, E2BIG, m_path.native()};
+        return read(range);
+    };
+    if (m_layout.finderInformation) {
+        const Result<Bytes> bytes = take(*m_layout.finderInformation);
+        if (!bytes)
+            return bytes.failure();
+        content.finderInformation.emplace();
+        std::copy(bytes->begin(), bytes->end(), content.finderInformation->begin());
+    }
+    for (const auto &attribute : m_layout.attributes) {
+        Result<Bytes> bytes = take(attribute.value);
+        if (!bytes)
+            return bytes.failure();
+        content.attributes.push_back({attribute.name, std::move(*bytes)});
+    }
+    for (const auto &entry : m_layout.others) {
+        Result<Bytes> bytes = take(entry.content);
+        if (!bytes)
+            return bytes.failure();
+        content.others.push_back({entry.identifier, std::move(*bytes)});
+    }
+    return content;
+}
+
+/// The companion that is rewritten must still be the one that was read.
+Result<void> Companion::checkUnchanged() const
+{
+    struct stat now = {};
+    if (::lstat(m_path.c_str(), &now) != 0)
+        return Failure::fromErrno(errno, "lstat", m_path);
+    const bool isSame = now.st_dev == m_status.st_dev && now.st_ino == m_status.st_ino &&
+                        now.st_size == m_status.st_size && now.st_mtim.tv_sec == m_status.st_mtim.tv_sec &&
+                        now.st_mtim.tv_nsec == m_status.st_mtim.tv_nsec;
+    if (!isSame)
+        return Failure{ErrorCode::Busy, EBUSY, m_path.native() + " was changed meanwhile"};
+    return {};
+}
+
+static Result<void> copyFork(const ReadableFork &fork, NewFile &file)
+{
+    Bytes window(std::size_t{64} << 10);
+    for (ByteCount offset = 0; offset < fork.size();) {
+        const Result<std::size_t> got = fork.readAt(offset, window);
+        if (!got)
+            return got.failure();
+        if (*got == 0)
+            return Failure{ErrorCode::Corrupt, 0, "the companion became shorter"};
+        if (Result<void> written = file.write(ByteView(window).first(*got)); !written)
+            return written;
+        offset += *got;
+    }
+    return {};
+}
+
+/// Access to the companion is access to the file's content, so both have one owner and one mode.
+static Result<void> giveAccess(const NewFile &file, const struct stat &like, const Path &path)
+{
+    struct stat made = {};
+    if (::fstat(file.descriptor(), &made) != 0)
+        return Failure::fromErrno(errno, "fstat", path);
+    const bool isOthers = made.st_uid != like.st_uid || made.st_gid != like.st_gid;
+    if (isOthers && ::fchown(file.descriptor(), like.st_uid, like.st_gid) != 0)
+        return Failure::fromErrno(errno, "fchown", path);
+    if (::fchmod(file.descriptor(), like.st_mode & 0666) != 0)
+        return Failure::fromErrno(errno, "fchmod", path);
+    return {};
+}
+
+Result<void> Companion::write(const AppleDoubleContent &content, const struct stat &fileStatus) const
+{
+    const std::unique_ptr<ReadableFork> fork = m_file ? resourceFork() : nullptr;
+    const Result<Bytes> head = appleDoubleHead(content, fork ? fork->size() : 0);
+    if (!head)
+        return head.failure();
+    Result<NewFile> file = NewFile::beside(m_path, 0600);
+    if (!file)
+        return file.failure();
+    if (Result<void> given = giveAccess(*file, m_file ? m_status : fileStatus, m_path); !given)
+        return given;
+    if (Result<void> written = file->write(*head); !written)
+        return written;
+    if (fork) {
+        if (Result<void> copied = copyFork(*fork, *file); !copied)
+            return copied;
+    }
+    if (!m_file)
+        return file->appear();
+    if (Result<void> unchanged = checkUnchanged(); !unchanged)
+        return unchanged;
+    return file->replace();
+}
+
+Result<void> Companion::setAttribute(const Path &file, const struct stat &fileStatus, const std::string &name,
+                                     ByteView value)
+{
+    Result<Companion> companion = open(file, fileStatus);
+    struct stat other = {};
+    const Path path = pathOf(file);
+    if (!companion && companion.failure().code != ErrorCode::NotFound)
+        return companion.failure();
+    if (!companion && ::lstat(path.c_str(), &other) == 0)
+        return Failure{ErrorCode::Permission, EPERM, path.native() + " is in the companion's place"};
+    if (!companion)
+        return Companion(path, nullptr, {})
+            .write({std::nullopt, {{name, Bytes(value.begin(), value.end())}}, {}}, fileStatus);
+    Result<AppleDoubleContent> content = companion->content();
+    if (!content)
+        return content.failure();
+    std::erase_if(content->attributes, [&](const auto &each) { return each.name == name; });
+    content->attributes.push_back({name, Bytes(value.begin(), value.end())});
+    return companion->write(*content, fileStatus);
+}
+
+Result<void> Companion::removeAttribute(const Path &file, const struct stat &fileStatus, const std::string &name)
+{
+    const Result<Companion> companion = open(file, fileStatus);
+    if (!companion)
+        return companion.failure();
+    if (!companion->layout().attribute(name))
+        return Failure{ErrorCode::NotFound, ENODATA, pathOf(file).native() + " has no attribute " + name};
+    Result<AppleDoubleContent> content = companion->content();
+    if (!content)
+        return content.failure();
+    std::erase_if(content->attributes, [&](const auto &each) { return each.name == name; });
+    const bool hasFinderInformation = content->finderInformation && std::any_of(content->finderInformation->begin(),
+                                                                                content->finderInformation->end(),
+                                                                                [](auto byte) { return byte != 0; });
+    if (!hasFinderInformation)
+        content->finderInformation.reset();
+    if (!content->isEmpty() || companion->resourceFork())
+        return companion->write(*content, fileStatus);
+    if (Result<void> unchanged = companion->checkUnchanged(); !unchanged)
+        return unchanged;
+    if (::unlink(companion->m_path.c_str()) != 0)
+        return Failure::fromErrno(errno, "unlink", companion->m_path);
+    return {};
+}

@@ -1,0 +1,117 @@
+#include "Platform/Formats/CompressedFile.h"
+#include "Platform/Formats/MemoryFork.h"
+#include "Platform/Linux/Companion.h"
+#include "Platform/Linux/DescriptorFork.h"
+#include "Platform/Linux/ExtendedAttributes.h"
+#include "Platform/Linux/FileCalls.h"
+#include "Platform/Linux/FlagNumber.h"
+#include "Platform/Linux/LinuxFileSystem.h"
+
+static Result<struct stat> statusOf(const Path &path)
+{
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) != 0)
+        return Failure::fromErrno(errno, "lstat", path);
+    return status;
+}
+
+/// The fork of a file on a volume that has forks.
+static std::unique_ptr<ReadableFork> namedFork(const Path &path)
+{
+    struct stat status = {};
+    Result<Descriptor> fork = FileCalls::openForReading(path / "..namedfork/rsrc", Links::NotFollow, status);
+    if (!fork || status.st_size == 0)
+        return nullptr;
+    return std::make_unique<DescriptorFork>(std::make_shared<const Descriptor>(std::move(*fork)), 0,
+                                            ByteCount(status.st_size));
+}
+
+Result<std::unique_ptr<ReadableFork>> LinuxFileSystem::openResourceFork(const Path &path) const
+{
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    const Failure none{ErrorCode::NotFound, ENODATA, path.native() + " has no resource fork"};
+    if (!S_ISREG(status->st_mode))
+        return none;
+    if (std::unique_ptr<ReadableFork> fork = namedFork(path))
+        return fork;
+    const Result<Companion> companion = Companion::open(path, *status);
+    if (!companion && companion.failure().code != ErrorCode::NotFound)
+        return companion.failure();
+    if (companion) {
+        if (std::unique_ptr<ReadableFork> fork = companion->resourceFork())
+            return fork;
+    }
+    Result<Bytes> value = ExtendedAttributes::value(path, kResourceForkAttribute);
+    if (value && !value->empty())
+        return std::unique_ptr<ReadableFork>(std::make_unique<MemoryFork>(std::move(*value)));
+    if (!value && value.failure().code != ErrorCode::NotFound)
+        return value.failure();
+    return none;
+}
+
+Result<std::uint32_t> LinuxFileSystem::flags(const Path &path) const
+{
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    // A program that wrote into the file made it an ordinary one, and a whole walk need not read attributes.
+    const bool isRegular = S_ISREG(status->st_mode);
+    if (S_ISLNK(status->st_mode) || (isRegular && status->st_size > 0))
+        return 0u;
+    const Result<std::optional<std::uint32_t>> number = FlagNumber::read(path);
+    if (!number)
+        return number.failure();
+    if (*number)
+        return isRegular ? **number : **number & ~kCompressedFlag;
+    return isRegular && cameCompressed(path) ? kCompressedFlag : 0u;
+}
+
+/// Whether an empty file without flags was compressed on a Mac and copied here with its companion.
+bool LinuxFileSystem::cameCompressed(const Path &path) const
+{
+    const Result<Bytes> value = attribute(path, kDecmpfsAttribute, Links::NotFollow);
+    if (!value)
+        return false;
+    const std::optional<HFSPlusDecmpfs> header = readDecmpfs(*value);
+    return header && header->compressionType == kResourceForkCompression && openResourceFork(path);
+}
+
+Result<void> LinuxFileSystem::setFlags(const Path &path, std::uint32_t flags)
+{
+    return FlagNumber::write(path, flags);
+}
+
+Result<ByteCount> LinuxFileSystem::logicalSize(const Path &path) const
+{
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    const Result<std::uint32_t> flags = this->flags(path);
+    if (!flags)
+        return flags.failure();
+    if (!(*flags & kCompressedFlag))
+        return ByteCount(status->st_size);
+    const Result<Bytes> value = attribute(path, kDecmpfsAttribute, Links::NotFollow);
+    if (!value)
+        return value.failure();
+    const std::optional<HFSPlusDecmpfs> header = readDecmpfs(*value);
+    if (!header)
+        return Failure{ErrorCode::Corrupt, 0, path.native() + ": the compression header is damaged"};
+    const Result<std::unique_ptr<ReadableFork>> fork = openResourceFork(path);
+    if (!fork && fork.failure().code != ErrorCode::NotFound)
+        return fork.failure();
+    const Result<CompressedFork> heads = fork ? readCompressedFork(**fork) : fork.failure();
+    return boundedLogicalSize(*header, heads ? heads->blockHead.numBlocks : 0);
+}
+
+Result<ByteCount> LinuxFileSystem::occupiedSize(const Path &path) const
+{
+    // Attributes that have blocks of their own are in the count of the file's.
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    const ByteCount own = FileCalls::statusFrom(*status).occupied;
+    return S_ISREG(status->st_mode) ? own + Companion::occupied(path, *status) : own;
+}

@@ -1,0 +1,9 @@
+#include "Platform/Linux/LinuxFileSystem.h"
+#include "Platform/Linux/TreeWalk.h"
+
+Result<void> LinuxFileSystem::walk(const Path &root, const std::function<bool(const WalkEntry &)> &visit,
+                                   const std::function<void(const Path &, const Failure &)> &unreadable,
+                                   std::stop_token stop) const
+{
+    return TreeWalk(visit, unreadable, std::move(stop)).run(root);
+}

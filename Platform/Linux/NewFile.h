@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/Linux/Descriptor.h"
+#include "Platform/Result.h"
+#include "Platform/Types.h"
+
+#include <string>
+#include <sys/types.h>
+
+/// A file in the making: lies under a name of its own in the folder where it is to stand, takes its place whole and
+/// synced, and is removed where it does not get there. One thread.
+class NewFile final
+{
+public:
+    /// A new empty file in the folder of `destination`, with `mode` as far as the process's mask allows.
+    static Result<NewFile> beside(const Path &destination, mode_t mode);
+    ~NewFile();
+    NewFile(NewFile &&other) noexcept;
+    NewFile &operator=(NewFile &&) = delete;
+
+    int descriptor() const { return m_file.get(); }
+
+    /// Where it lies as long as it is in the making.
+    Path path() const { return m_destination.parent_path() / m_name; }
+
+    Result<void> write(ByteView content);
+
+    /// Takes the file's place, over what stands there. When syncing the folder fails the new file stands, and the
+    /// failure is answered.
+    Result<void> replace();
+
+    /// Takes the place only where nothing stands; after a failure nothing of it stands there. Errors: Exists.
+    Result<void> appear();
+
+private:
+    NewFile(Descriptor folder, Path destination);
+    Result<void> open(mode_t mode);
+    Result<void> sync();
+    Result<void> syncFolder();
+
+    Descriptor m_folder;
+    Descriptor m_file;
+    Path m_destination;
+    Path m_name; ///< empty once the file has left this name
+};

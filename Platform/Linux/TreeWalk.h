@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Platform/FileSystem.h"
+#include "Platform/Linux/Descriptor.h"
+
+#include <deque>
+
+/// One walk through a tree, relative to open directories, so that no path grows too long and no link is followed.
+/// Memory and open descriptors stay within a bound however deep the tree is. One thread.
+class TreeWalk final
+{
+public:
+    using Visit = std::function<bool(const WalkEntry &)>;
+    using Unreadable = std::function<void(const Path &, const Failure &)>;
+
+    TreeWalk(const Visit &visit, const Unreadable &unreadable, std::stop_token stop);
+
+    Result<void> run(const Path &root);
+
+private:
+    /// A directory on the way down. A parked one has neither descriptor nor buffer, only its place.
+    struct Level
+    {
+        Path path;
+        FileIdentity identity;
+        Descriptor directory;
+        std::vector<char> buffer;
+        std::size_t position = 0;
+        std::size_t filled = 0;
+        std::int64_t resumeAt = 0; ///< where the entry after the last one met is found
+    };
+
+    /// Opens a directory below `parent`; nullopt when it must not be entered.
+    Result<std::optional<Level>> open(int parent, const std::string &name, const Path &path) const;
+    void push(Level level);
+    Result<void> pop();
+    Result<void> reopenFrom(const Level &child, Level &parent) const;
+    void step();
+    void meet(const std::string &name);
+
+    const Visit &m_visit;
+    const Unreadable &m_unreadable;
+    const std::stop_token m_stop;
+    std::deque<Level> m_levels;
+    std::size_t m_parked = 0; ///< how many of the outermost levels are parked
+};
