@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+class QWidget;
+
+/// An alert with up to three buttons that is shown as a sheet and reports its end to a block. A value; what it shows
+/// was taken over when the sheet began. Main thread.
+class AlertSheet final
+{
+public:
+    static constexpr int kDefaultReturn = 1;
+    static constexpr int kAlternateReturn = 0;
+    static constexpr int kOtherReturn = -1;
+
+    using DidEndBlock = std::function<void(int returnCode)>;
+
+    /// Plain texts, UTF-8; a carriage return in `informativeText` is shown as a line break. A button with an empty
+    /// title is left out.
+    static AlertSheet alertWithMessageText(std::string message, std::string defaultButton,
+                                           std::string alternateButton = {}, std::string otherButton = {},
+                                           std::string informativeText = {});
+
+    /// Shows the alert on `window` and answers at once; a window shows one sheet at a time, in the order in which they
+    /// were begun. `didEndBlock`, which may be empty, is run exactly once. Escape stands for the alternate button,
+    /// where there is none for the default button; a sheet that goes with its window answers `kAlternateReturn`.
+    void beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const;
+
+private:
+    AlertSheet() = default;
+
+    std::string m_message;
+    std::string m_defaultButton;
+    std::string m_alternateButton;
+    std::string m_otherButton;
+    std::string m_informativeText;
+};
