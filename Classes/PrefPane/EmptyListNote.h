@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QWidget>
+
+class QAbstractItemModel;
+class QTableView;
+
+/// Stands in the middle of a table that has no rows and says how to begin. The table owns it.
+class EmptyListNote final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// `command` is set in letters of one width and can be selected.
+    EmptyListNote(const QString &heading, const QString &explanation, const QString &command, QTableView *table);
+
+    /// The rows to look at; the model outlives the table.
+    void follow(const QAbstractItemModel *model);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void showOrHide();
+
+    QTableView *m_table;
+    const QAbstractItemModel *m_model = nullptr;
+};

@@ -1,0 +1,131 @@
+// What the history says: the rows of the table and the sums.
+#include "Classes/PrefPane/PXHistoryController.h"
+
+#include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/Shared/RQAlias.h"
+#include "Classes/Shared/isDirectory.h"
+#include "Classes/Shared/stringWithFileSystemRepresentation.h"
+
+/// Where the alias finds its folder; nothing when it does not, or finds something else.
+static std::optional<Path> directoryOf(const RQAlias &alias)
+{
+    const std::optional<Path> path = alias.fullPath();
+    return path && !path->empty() && isDirectory(*path) ? path : std::nullopt;
+}
+
+static RQAlias aliasOf(const Bytes &data)
+{
+    return RQAlias::aliasWithData(data.empty() ? std::nullopt : std::optional(data));
+}
+
+void PXHistoryController::refreshTotalSavings()
+{
+    HistoryContext *context = managedObjectContext();
+    m_totalSavings = context ? context->sumOfSavings() : 0;
+    Q_EMIT totalSavingsChanged();
+}
+
+void PXHistoryController::updatePreviousSavings()
+{
+    std::vector<int> selection;
+    int count = -1;
+    if (m_foldersArrayController) {
+        selection = m_foldersArrayController->selectionIndexes();
+        count = static_cast<int>(m_foldersArrayController->arrangedObjects().size());
+    }
+    readHistory();
+    const HistoryPredicate removedFolders{HistoryModel::kEnabled, false};
+    HistoryContext *context = managedObjectContext();
+    m_previousSavings = context ? context->sumOfSavings(&removedFolders) : 0;
+    if (m_previousSavings != 0)
+        m_historyArray.push_back(historyEntryForSavings(m_previousSavings));
+    Q_EMIT historyArrayChanged();
+    if (m_foldersArrayController && static_cast<int>(m_historyArray.size()) == count)
+        m_foldersArrayController->setSelectionIndexes(selection);
+}
+
+void PXHistoryController::savingsNeedRefreshing(const Notification &)
+{
+    // The context holds no older values that would have to be given up first.
+    refreshTotalSavings();
+    updatePreviousSavings();
+}
+
+std::optional<HistoryEntry> PXHistoryController::historyEntryFor(const HistoryRecord *record)
+{
+    if (!record)
+        return std::nullopt;
+    const Path folder = directoryOf(aliasOf(record->alias)).value_or(Path(record->folder));
+    const std::string path = stringByCanonicalizingPath(folder).native();
+    return HistoryEntry{HistoryEntry::kFolderSortID, path, path, record->status, record->savings, record->isEnabled};
+}
+
+HistoryEntry PXHistoryController::historyEntryForSavings(ByteCount savings)
+{
+    return {HistoryEntry::kOtherSortID,
+            "Other",
+            "Savings obtained from previously selected folders",
+            100,
+            savings,
+            std::nullopt};
+}
+
+void PXHistoryController::readHistory()
+{
+    m_historyArray.clear();
+    HistoryContext *context = managedObjectContext();
+    if (!context)
+        return;
+    const std::vector<HistoryRecord> records = context->executeFetchRequest(&m_foldersFilter);
+    for (const HistoryRecord &record : records) {
+        if (std::optional<HistoryEntry> entry = historyEntryFor(&record))
+            m_historyArray.push_back(*std::move(entry));
+    }
+}
+
+std::vector<Bytes> PXHistoryController::folderAliases()
+{
+    std::vector<Bytes> aliases;
+    HistoryContext *context = managedObjectContext();
+    if (!context)
+        return aliases;
+    for (HistoryRecord &record : context->executeFetchRequest()) {
+        if (!record.alias.empty())
+            aliases.push_back(std::move(record.alias));
+    }
+    return aliases;
+}
+
+std::optional<std::vector<std::string>> PXHistoryController::folders()
+{
+    const std::vector<Bytes> aliases = folderAliases();
+    if (aliases.empty())
+        return std::nullopt;
+    std::vector<std::string> folders;
+    for (const Bytes &data : aliases) {
+        const RQAlias alias = aliasOf(data);
+        const std::optional<Path> path = directoryOf(alias);
+        const std::optional<PropertyList> info = path ? std::nullopt : alias.originalAliasInfo();
+        const std::string folder = path ? path->native() : info ? info->string("pathString") : std::string();
+        if (!folder.empty())
+            folders.push_back(folder);
+    }
+    return folders;
+}
+
+/// The row that sums up former folders goes last in every order.
+bool PXHistoryController::isOtherRow(int row) const
+{
+    return m_previousSavings != 0 && row + 1 == static_cast<int>(m_historyArray.size());
+}
+
+void PXHistoryController::tableViewWillDisplayCell(HistoryCell &cell, int, int row) const
+{
+    cell.isEnabled = !isOtherRow(row);
+    cell.state = PXDefaultsController::sharedDefaultsController()->helperActive();
+}
+
+bool PXHistoryController::tableViewShouldSelectRow(int row) const
+{
+    return !isOtherRow(row);
+}

@@ -1,0 +1,96 @@
+#include "Classes/PrefPane/TamselPref.h"
+
+#include "Classes/PrefPane/IconButton.h"
+#include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/PrefPane/TamselPrefView.h"
+#include "Platform/LoginWindow.h"
+#include "Platform/Workspace.h"
+#include "ui_TamselPref.h"
+
+QWidget *TamselPref::loadMainView()
+{
+    // The history controller is an object of the interface: it is made here, before anybody asks for the shared one.
+    PXHistoryController::alloc();
+    m_view = new TamselPrefView(bundle());
+    connectHistory();
+    makeSheets();
+    connectControls();
+    return m_view;
+}
+
+void TamselPref::connectHistory()
+{
+    PXHistoryController *const history = PXHistoryController::sharedHistoryController();
+    history->setFoldersTableView(m_view->ui().foldersTableView);
+    history->setFoldersArrayController(new FoldersArrayController(m_view));
+    history->awakeFromNib();
+    m_view->followFolders(history->foldersArrayController());
+    m_view->setTotalSavings(history->totalSavings());
+    connect(history, &PXHistoryController::totalSavingsChanged, m_view,
+            [view = m_view, history] { view->setTotalSavings(history->totalSavings()); });
+}
+
+/// The actions of the interface. What belongs to the settings is connected once these are made.
+void TamselPref::connectControls()
+{
+    const Ui::TamselPref &ui = m_view->ui();
+    connect(ui.toggleActiveButton, &QAbstractButton::clicked, this, [this] { toggleActive(toggleActiveButton()); });
+    connect(ui.switchView, &SwitchView::clicked, this, [this] { toggleActive(m_view->ui().switchView); });
+    connect(ui.iconButton, &QAbstractButton::clicked, this, &TamselPref::addBubble);
+    connect(ui.checkForUpdatesButton, &QAbstractButton::clicked, this, &TamselPref::checkForUpdates);
+    connect(ui.helpButton, &QAbstractButton::clicked, this, &TamselPref::help);
+    connect(ui.siteButton, &QAbstractButton::clicked, this, &TamselPref::visitSite);
+    connect(ui.uninstallButton, &QAbstractButton::clicked, this, &TamselPref::confirmUninstall);
+}
+
+void TamselPref::connectView()
+{
+    PXDefaultsController *const settings = PXDefaultsController::sharedDefaultsController();
+    m_view->follow(settings);
+    connect(m_view, &TamselPrefView::automaticUpdatesChosen, settings, &PXDefaultsController::setCheckForUpdates);
+    connect(m_view, &TamselPrefView::visibleChosen, settings, &PXDefaultsController::setVisible);
+    connect(m_view, &TamselPrefView::autorunAtLoginChosen, settings, &PXDefaultsController::setAutorunAtLogin);
+    // Whatever was asked for, the box shows what the list holds.
+    connect(settings, &PXDefaultsController::autorunAtLoginChanged, this, &TamselPref::showLoginItem);
+    connect(this, &TamselPref::autorunAtLoginChanged, this, &TamselPref::showLoginItem);
+
+    const std::string helper = "com.dovrane.TamselHelper";
+    m_view->setHelperRunning(Workspace::current().isRunning(helper));
+    Workspace::current().watchRunning(helper, [view = m_view](bool isRunning) {
+        if (view)
+            view->setHelperRunning(isRunning);
+    });
+}
+
+void TamselPref::showLoginItem()
+{
+    const auto items = LoginWindow::current().copyItems();
+    if (m_view)
+        m_view->setLoginItem(autorunAtLogin(), items && items->has_value());
+}
+
+QTabWidget *TamselPref::tabView() const
+{
+    return m_view ? m_view->ui().tabView : nullptr;
+}
+
+QLabel *TamselPref::versionNumberTextField() const
+{
+    return m_view ? m_view->ui().versionNumberTextField : nullptr;
+}
+
+QAbstractButton *TamselPref::toggleActiveButton() const
+{
+    return m_view ? m_view->ui().toggleActiveButton : nullptr;
+}
+
+IconButton *TamselPref::iconButton() const
+{
+    return m_view ? m_view->ui().iconButton : nullptr;
+}
+
+QTableView *TamselPref::foldersTableView() const
+{
+    return m_view ? m_view->ui().foldersTableView : nullptr;
+}

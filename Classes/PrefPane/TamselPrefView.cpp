@@ -1,0 +1,154 @@
+#include "Classes/PrefPane/TamselPrefView.h"
+
+#include "Classes/PrefPane/EmptyListNote.h"
+#include "Classes/PrefPane/FoldersArrayController.h"
+#include "Classes/PrefPane/FoldersTableDelegate.h"
+#include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
+#include "Platform/Bundle.h"
+#include "ui_TamselPref.h"
+
+#include <QFile>
+#include <QHeaderView>
+
+TamselPrefView::TamselPrefView(const Bundle &bundle)
+    : m_ui(std::make_unique<Ui::TamselPref>())
+{
+    m_ui->setupUi(this);
+    m_ui->switchView->setKnob(m_ui->toggleActiveButton);
+    m_ui->autorunNote->hide();
+    loadIcons(bundle);
+    setUpFonts();
+    setUpTable();
+    setTotalSavings(0);
+
+    connect(m_ui->automaticUpdatesButton, &QAbstractButton::clicked, this, &TamselPrefView::automaticUpdatesChosen);
+    connect(m_ui->autorunAtLoginButton, &QAbstractButton::clicked, this, &TamselPrefView::autorunAtLoginChosen);
+    connect(m_ui->visibleButton, &QAbstractButton::clicked, this, &TamselPrefView::visibleChosen);
+}
+
+TamselPrefView::~TamselPrefView() = default;
+
+/// All sizes are read now, so that painting never waits for the disk, and the icon stays when the bundle goes.
+void TamselPrefView::loadIcons(const Bundle &bundle)
+{
+    const auto load = [&bundle](const char *name) {
+        const std::optional<Path> file = bundle.resource(name, "png");
+        return file ? QPixmap(QFile::decodeName(file->c_str())) : QPixmap();
+    };
+    m_largeIcon = load("TamselPref@2x");
+    m_ui->iconButton->setIcons(load("TamselPref"), m_largeIcon);
+}
+
+QPixmap TamselPrefView::icon(int side) const
+{
+    if (m_largeIcon.isNull())
+        return {};
+    QPixmap icon = m_largeIcon.scaled(2 * side, 2 * side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    icon.setDevicePixelRatio(2);
+    return icon;
+}
+
+void TamselPrefView::setUpFonts()
+{
+    QFont title = font();
+    title.setPixelSize(19);
+    title.setBold(true);
+    m_ui->titleLabel->setFont(title);
+    QFont heading = font();
+    heading.setPointSizeF(heading.pointSizeF() * 1.3);
+    heading.setBold(true);
+    for (QLabel *label : {m_ui->exclusionsHeading, m_ui->uncompressHeading, m_ui->totalSavingsTextField})
+        label->setFont(heading);
+    for (QPushButton *button : findChildren<QPushButton *>())
+        button->setMinimumSize(button->sizeHint() + QSize(20, 4));
+}
+
+void TamselPrefView::setUpTable()
+{
+    QTableView *const table = m_ui->foldersTableView;
+    table->setItemDelegate(new FoldersTableDelegate(table));
+    table->verticalHeader()->setDefaultSectionSize(FoldersTableDelegate::kRowHeight);
+    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table->horizontalHeader()->setHighlightSections(false);
+    table->horizontalHeader()->setFixedHeight(26);
+    table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    new EmptyListNote(
+        tr("No folders yet"),
+        tr("Folders cannot be added in this window yet. Name one on the command line, and it appears here:"),
+        QStringLiteral("tamselctl post com.dovrane.pellix.folders foldersToAdd+=FOLDER"), table);
+}
+
+void TamselPrefView::follow(PXDefaultsController *settings)
+{
+    m_settings = settings;
+    m_ui->automaticUpdatesButton->setChecked(settings->checkForUpdates());
+    m_ui->visibleButton->setChecked(settings->visible());
+    connect(settings, &PXDefaultsController::checkForUpdatesChanged, m_ui->automaticUpdatesButton,
+            &QAbstractButton::setChecked);
+    connect(settings, &PXDefaultsController::visibleChanged, m_ui->visibleButton, &QAbstractButton::setChecked);
+    connect(settings, &PXDefaultsController::helperActiveChanged, this, &TamselPrefView::showState);
+    connect(settings, &PXDefaultsController::helperActiveChanged, m_ui->foldersTableView->viewport(),
+            qOverload<>(&QWidget::update));
+    showState();
+}
+
+void TamselPrefView::followFolders(const QAbstractItemModel *folders)
+{
+    m_folders = folders;
+    QTableView *const table = m_ui->foldersTableView;
+    table->findChild<EmptyListNote *>()->follow(folders);
+    QHeaderView *const header = table->horizontalHeader();
+    header->setSectionResizeMode(FoldersArrayController::FolderColumn, QHeaderView::Interactive);
+    header->setSectionResizeMode(FoldersArrayController::PathColumn, QHeaderView::Stretch);
+    header->resizeSection(FoldersArrayController::FolderColumn, 180);
+    header->resizeSection(FoldersArrayController::StatusColumn, 72);
+    header->resizeSection(FoldersArrayController::SavingsColumn, 92);
+    connect(folders, &QAbstractItemModel::rowsInserted, this, &TamselPrefView::showState);
+    connect(folders, &QAbstractItemModel::rowsRemoved, this, &TamselPrefView::showState);
+    connect(folders, &QAbstractItemModel::modelReset, this, &TamselPrefView::showState);
+    showState();
+}
+
+void TamselPrefView::setTotalSavings(quint64 byteCount)
+{
+    m_ui->totalSavingsTextField->setText(PXSizeToPrettySizeTransformer().transformedValue(byteCount));
+}
+
+void TamselPrefView::setLoginItem(bool isPresent, bool hasList)
+{
+    m_ui->autorunAtLoginButton->setChecked(isPresent);
+    m_ui->autorunAtLoginButton->setEnabled(hasList);
+    m_ui->autorunNote->setVisible(!hasList);
+}
+
+void TamselPrefView::setHelperRunning(bool isRunning)
+{
+    m_isHelperRunning = isRunning;
+    showState();
+}
+
+int TamselPrefView::folderCount() const
+{
+    int count = 0;
+    for (int row = 0; m_folders && row < m_folders->rowCount(); ++row)
+        count += m_folders->flags(m_folders->index(row, 0)).testFlag(Qt::ItemIsEnabled) ? 1 : 0;
+    return count;
+}
+
+void TamselPrefView::showState()
+{
+    const int count = folderCount();
+    m_ui->folderCountLabel->setText(count == 1 ? tr("1 folder") : tr("%1 folders").arg(count));
+    m_ui->folderCountLabel->setVisible(count > 0);
+    const bool isActive = m_settings && m_settings->helperActive();
+    if (!isActive)
+        m_ui->stateLabel->setText(tr("Switched off. The helper rests and ends when you leave this pane."));
+    else if (!m_isHelperRunning)
+        m_ui->stateLabel->setText(tr("Switched on, but the helper is not running. Opening this pane again starts it."));
+    else if (count == 0)
+        m_ui->stateLabel->setText(tr("The helper is running and waits for folders to watch."));
+    else
+        m_ui->stateLabel->setText(count == 1 ? tr("The helper is running and watches 1 folder.")
+                                             : tr("The helper is running and watches %1 folders.").arg(count));
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QPixmap>
+#include <QString>
+#include <QWidget>
+
+#include <memory>
+
+class Bundle;
+class PXDefaultsController;
+class QAbstractItemModel;
+namespace Ui {
+class TamselPref;
+}
+
+/// What the interface file describes, filled with what the pane knows. Shows and reports; decides nothing. Main thread.
+class TamselPrefView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit TamselPrefView(const Bundle &bundle);
+    ~TamselPrefView() override;
+
+    Ui::TamselPref &ui() { return *m_ui; }
+
+    /// The pane's icon, `side` points wide, sharp on the finest display.
+    QPixmap icon(int side) const;
+
+    /// Keeps the check boxes and the words beside the switch in step with the settings, which outlive the view.
+    void follow(PXDefaultsController *settings);
+
+    /// To be called once the folder table shows `folders`, which live as long as the view.
+    void followFolders(const QAbstractItemModel *folders);
+    void setTotalSavings(quint64 byteCount);
+
+    /// Whether the helper is among the login items, and whether there is a list of them at all.
+    void setLoginItem(bool isPresent, bool hasList);
+
+    void setHelperRunning(bool isRunning);
+
+Q_SIGNALS:
+    /// The user changed a setting.
+    void automaticUpdatesChosen(bool check);
+    void autorunAtLoginChosen(bool autorun);
+    void visibleChosen(bool visible);
+
+private:
+    void loadIcons(const Bundle &bundle);
+    void setUpFonts();
+    void setUpTable();
+    void showState();
+    int folderCount() const;
+
+    std::unique_ptr<Ui::TamselPref> m_ui;
+    QPixmap m_largeIcon;
+    PXDefaultsController *m_settings = nullptr;
+    const QAbstractItemModel *m_folders = nullptr;
+    bool m_isHelperRunning = false;
+};
