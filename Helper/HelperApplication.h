@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Helper/SavingsRecorder.h"
+#include "Helper/SurveyScheduler.h"
+#include "Helper/UpdateCheck.h"
+#include "Helper/WatchedFolders.h"
+#include "Platform/DistributedNotificationCenter.h"
+#include "Platform/Types.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// The helper at work: hears what the pane announces and acts on it. What lasts is read from the disk each time; a
+/// notification only says when to look. Main thread.
+class HelperApplication final : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
+
+    struct Place
+    {
+        Path settings; ///< "defaults.plist"
+        WatchedFolders::Files history;
+        Path bundle;         ///< the helper's own
+        std::string version; ///< of the running program
+    };
+
+    explicit HelperApplication(Place place, SurveyScheduler::Survey surveyFolder = SurveyScheduler::surveyFolder);
+    ~HelperApplication() override;
+
+    /// Listens, takes the helper's name and begins to work.
+    void start();
+
+    /// Reads the settings and does what they say.
+    void readSettings();
+
+    bool isSurveying() const { return m_scheduler.isSurveying(); }
+
+    /// Ends all work and lets name and history go. Answers whether the survey has stopped too; one that gets no time to
+    /// run may not have, and changes nothing any more.
+    bool stop();
+
+Q_SIGNALS:
+    void quitRequested();
+
+    /// The bundle on the disk is newer and wants to run in this one's place. All work has been ended.
+    void restartRequested();
+
+private:
+    void observe();
+    void changeFolders(const Notification &notification);
+    void compareVersion(const Notification &notification);
+    void survey();
+    void keepProgress(qint64 key, unsigned percent, ByteCount savings);
+    void prepareRestart(const std::string &version);
+
+    Place m_place;
+    WatchedFolders m_folders;
+    SavingsRecorder m_recorder;
+    UpdateCheck m_updateCheck;
+    SurveyScheduler m_scheduler;
+    QTimer m_nextSurvey;
+    std::map<qint64, ByteCount> m_savings; ///< as recorded when the round began
+    std::vector<DistributedNotificationCenter::ObserverId> m_observers;
+    bool m_isActive = false;
+    bool m_isVisible = true;
+};

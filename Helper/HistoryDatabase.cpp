@@ -1,0 +1,238 @@
+#include "Helper/HistoryDatabase.h"
+
+#include "Classes/PrefPane/HistoryQuery.h"
+#include "Classes/PrefPane/HistorySeed.h"
+#include "Classes/Shared/Log.h"
+
+// Readers hold their locks for the length of one statement; more than this is somebody who has gone astray.
+static constexpr int kBusyTimeoutMs = 500;
+
+static QByteArray blob(ByteView bytes)
+{
+    return QByteArray(reinterpret_cast<const char *>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+}
+
+Result<std::unique_ptr<HistoryDatabase>> HistoryDatabase::open(const Path &store, const Path &seed,
+                                                               const HistoryModel &model)
+{
+    if (const Result<void> made = HistorySeed::makeStore(store, seed); !made)
+        return made.failure();
+    Result<std::unique_ptr<HistoryDatabase>> database = openWhole(store, model);
+    if (database || database.failure().code != ErrorCode::Corrupt)
+        return database;
+
+    const std::string reason = database.failure().context;
+    const Result<Path> aside = HistorySeed::replaceStore(store, seed);
+    if (!aside)
+        return aside.failure();
+    logLine("The history database was damaged (" + reason + ") and is kept as " + aside->native());
+    return openWhole(store, model);
+}
+
+/// Nothing of a damaged store is open any more when this answers Corrupt.
+Result<std::unique_ptr<HistoryDatabase>> HistoryDatabase::openWhole(const Path &store, const HistoryModel &model)
+{
+    // Read only at first: a writer would tidy the journals of a damaged store away. What only a writer can put right,
+    // such as a transaction that was broken off, is no damage.
+    Result<std::unique_ptr<HistoryDatabase>> database = openChecked(store, model, SqliteConnection::Mode::ReadOnly);
+    if (!database && database.failure().code == ErrorCode::Corrupt)
+        return database;
+    database = openChecked(store, model, SqliteConnection::Mode::ReadWrite);
+    if (!database)
+        return database;
+    if (const Result<void> prepared = (*database)->prepareForWriting(); !prepared)
+        return prepared.failure();
+    return database;
+}
+
+Result<std::unique_ptr<HistoryDatabase>> HistoryDatabase::openChecked(const Path &store, const HistoryModel &model,
+                                                                      SqliteConnection::Mode mode)
+{
+    Result<std::unique_ptr<SqliteConnection>> connection = SqliteConnection::open(store, mode, kBusyTimeoutMs);
+    if (!connection)
+        return connection.failure();
+    std::unique_ptr<HistoryDatabase> database(new HistoryDatabase(*std::move(connection), model));
+    if (const Result<void> checked = database->check(); !checked)
+        return checked.failure();
+    return database;
+}
+
+HistoryDatabase::HistoryDatabase(std::unique_ptr<SqliteConnection> connection, const HistoryModel &model)
+    : m_connection(std::move(connection))
+    , m_model(model)
+    , m_table(quoted(model.table()))
+{
+}
+
+Result<void> HistoryDatabase::check()
+{
+    Result<QSqlQuery> query = m_connection->run("PRAGMA integrity_check(1)");
+    if (!query)
+        return query.failure();
+    const std::string verdict = query->next() ? query->value(0).toString().simplified().toStdString() : std::string();
+    if (const Result<void> ended = SqliteConnection::end(*query); !ended)
+        return ended;
+    if (verdict != "ok")
+        return Failure{ErrorCode::Corrupt, 0, "integrity check: " + verdict};
+    if (const Result<void> probed = HistoryQuery::probe(*m_connection, m_model); !probed)
+        return probed;
+    const Result<std::optional<qint64>> entity = number("SELECT \"Z_ENT\" FROM \"Z_PRIMARYKEY\" WHERE \"Z_NAME\" = ?",
+                                                        {QString::fromStdString(m_model.entity())});
+    if (!entity)
+        return entity.failure();
+    if (!*entity)
+        return Failure{ErrorCode::Corrupt, 0, "history store: no keys for " + m_model.entity()};
+    return {};
+}
+
+Result<void> HistoryDatabase::prepareForWriting()
+{
+    // A reader is never kept waiting by a change, and a change never by a reader. A file system that cannot share
+    // memory stays with the rollback journal.
+    if (const Result<void> set = execute("PRAGMA journal_mode = WAL"); !set)
+        return set;
+    return execute("PRAGMA synchronous = FULL");
+}
+
+Result<std::vector<WatchedFolder>> HistoryDatabase::folders() const
+{
+    return HistoryQuery::records(*m_connection, m_model);
+}
+
+Result<qint64> HistoryDatabase::addFolder(const std::string &folder, ByteView alias)
+{
+    qint64 key = 0;
+    const Result<void> changed = change([&]() -> Result<void> {
+        const Result<std::optional<qint64>> known = keyOf(folder);
+        if (!known)
+            return known.failure();
+        if (!*known) {
+            const Result<qint64> inserted = insert(folder, alias);
+            if (!inserted)
+                return inserted.failure();
+            key = *inserted;
+            return {};
+        }
+        key = **known;
+        return execute("UPDATE " + m_table + " SET " + column(HistoryModel::kEnabled) + " = 1, " +
+                           column(HistoryModel::kFolderAlias) + " = ?, \"Z_OPT\" = \"Z_OPT\" + 1 WHERE \"Z_PK\" = ?",
+                       {blob(alias), key});
+    });
+    if (!changed)
+        return changed.failure();
+    return key;
+}
+
+Result<bool> HistoryDatabase::removeFolder(const std::string &folder)
+{
+    bool wasWatched = false;
+    const Result<void> changed = change([&]() -> Result<void> {
+        const std::string enabled = column(HistoryModel::kEnabled);
+        const Result<void> removed =
+            execute("UPDATE " + m_table + " SET " + enabled + " = 0, \"Z_OPT\" = \"Z_OPT\" + 1 WHERE " +
+                        column(HistoryModel::kFolder) + " = " + SqliteConnection::kText + " AND " + enabled + " = 1",
+                    {m_connection->textValue(folder)});
+        wasWatched = m_connection->rowsAffected() > 0;
+        return removed;
+    });
+    if (!changed)
+        return changed.failure();
+    return wasWatched;
+}
+
+Result<void> HistoryDatabase::setProgress(qint64 key, unsigned status, ByteCount savings)
+{
+    return change([&] {
+        const std::string statusColumn = column(HistoryModel::kStatus);
+        const std::string savingsColumn = column(HistoryModel::kSavings);
+        const auto stored = static_cast<qint64>(savings);
+        return execute("UPDATE " + m_table + " SET " + statusColumn + " = ?, " + savingsColumn +
+                           " = ?, \"Z_OPT\" = \"Z_OPT\" + 1 WHERE \"Z_PK\" = ? AND (" + statusColumn + " IS NOT ? OR " +
+                           savingsColumn + " IS NOT ?)",
+                       {status, stored, key, status, stored});
+    });
+}
+
+Result<void> HistoryDatabase::setLocation(qint64 key, const std::string &folder, ByteView alias)
+{
+    return change([&] {
+        return execute("UPDATE " + m_table + " SET " + column(HistoryModel::kFolder) + " = " + SqliteConnection::kText +
+                           ", " + column(HistoryModel::kFolderAlias) +
+                           " = ?, \"Z_OPT\" = \"Z_OPT\" + 1 WHERE \"Z_PK\" = ?",
+                       {m_connection->textValue(folder), blob(alias), key});
+    });
+}
+
+Result<void> HistoryDatabase::change(const std::function<Result<void>()> &statements)
+{
+    if (const Result<void> begun = execute("BEGIN IMMEDIATE"); !begun)
+        return begun;
+    Result<void> done = statements();
+    if (done)
+        done = execute("COMMIT");
+    // Where SQLite has rolled back by itself already, this answers an error that says only so.
+    if (!done)
+        static_cast<void>(execute("ROLLBACK"));
+    return done;
+}
+
+/// The record of that path; a watched one before a removed one.
+Result<std::optional<qint64>> HistoryDatabase::keyOf(const std::string &folder)
+{
+    return number("SELECT \"Z_PK\" FROM " + m_table + " WHERE " + column(HistoryModel::kFolder) + " = " +
+                      SqliteConnection::kText + " ORDER BY " + column(HistoryModel::kEnabled) +
+                      " DESC, \"Z_PK\" LIMIT 1",
+                  {m_connection->textValue(folder)});
+}
+
+Result<qint64> HistoryDatabase::insert(const std::string &folder, ByteView alias)
+{
+    // A key is never given out twice, not even when the record with the highest one is gone.
+    const QString entity = QString::fromStdString(m_model.entity());
+    const Result<void> counted = execute(
+        "UPDATE \"Z_PRIMARYKEY\" SET \"Z_MAX\" = 1 + MAX(IFNULL(\"Z_MAX\", 0), IFNULL((SELECT MAX(\"Z_PK\") FROM " +
+            m_table + "), 0)) WHERE \"Z_NAME\" = ?",
+        {entity});
+    if (!counted)
+        return counted.failure();
+    const Result<void> inserted = execute(
+        "INSERT INTO " + m_table + " (\"Z_PK\", \"Z_ENT\", \"Z_OPT\", " + column(HistoryModel::kEnabled) + ", " +
+            column(HistoryModel::kStatus) + ", " + column(HistoryModel::kSavings) + ", " +
+            column(HistoryModel::kFolder) + ", " + column(HistoryModel::kFolderAlias) +
+            ") SELECT \"Z_MAX\", \"Z_ENT\", 1, 1, 0, 0, CAST(? AS TEXT), ? FROM \"Z_PRIMARYKEY\" WHERE \"Z_NAME\" = ?",
+        {m_connection->textValue(folder), blob(alias), entity});
+    if (!inserted)
+        return inserted.failure();
+    const Result<std::optional<qint64>> key =
+        number("SELECT \"Z_MAX\" FROM \"Z_PRIMARYKEY\" WHERE \"Z_NAME\" = ?", {entity});
+    if (!key)
+        return key.failure();
+    return key->value_or(0);
+}
+
+Result<void> HistoryDatabase::execute(const std::string &statement, const QVariantList &values)
+{
+    Result<QSqlQuery> query = m_connection->run(statement, values);
+    if (!query)
+        return query.failure();
+    return SqliteConnection::end(*query);
+}
+
+/// The first column of the first row; nothing without a row.
+Result<std::optional<qint64>> HistoryDatabase::number(const std::string &statement, const QVariantList &values)
+{
+    Result<QSqlQuery> query = m_connection->run(statement, values);
+    if (!query)
+        return query.failure();
+    std::optional<qint64> value;
+    if (query->next())
+        value = query->value(0).toLongLong();
+    if (const Result<void> ended = SqliteConnection::end(*query); !ended)
+        return ended.failure();
+    return value;
+}
+
+std::string HistoryDatabase::column(const char *attribute) const
+{
+    return quoted(m_model.column(attribute));
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Helper/HistoryDatabase.h"
+#include "Helper/SurveyScheduler.h"
+#include "Platform/Types.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The list of watched folders, kept in the history store, which is opened when it is first needed and again after that
+/// failed. Faults are logged. Main thread.
+class WatchedFolders final
+{
+public:
+    struct Files
+    {
+        Path store; ///< "history.db"
+        Path seed;  ///< the empty store
+        Path model;
+    };
+
+    explicit WatchedFolders(Files files)
+        : m_files(std::move(files))
+    {
+    }
+
+    /// Whether the store is open now.
+    bool open();
+
+    /// Lets the store go; the next use opens it again.
+    void close() { m_database.reset(); }
+
+    /// Takes each folder on the list: an absolute path of a directory. One that is on it already, under whatever path,
+    /// stays as it is; one that was taken off is enabled again with its savings. Answers whether anything changed.
+    bool add(const std::vector<std::string> &folders);
+
+    /// Takes each folder off the list, whether named as recorded or as found now; savings stay. Answers whether
+    /// anything changed.
+    bool remove(const std::vector<std::string> &folders);
+
+    /// The enabled records, in the order in which they were added.
+    std::vector<WatchedFolder> enabled();
+
+    void setProgress(qint64 key, unsigned status, ByteCount savings);
+
+    /// Keeps where a moved folder is now, unless another record has that place.
+    void setLocation(qint64 key, const std::string &folder, const Bytes &alias);
+
+private:
+    std::vector<WatchedFolder> all();
+    bool addOne(const Path &folder);
+    void keepMoved(const WatchedFolder &record, const Path &place);
+    bool removeOne(const std::string &folder);
+
+    Files m_files;
+    std::unique_ptr<HistoryDatabase> m_database;
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Platform/PropertyList.h"
+#include "Platform/Types.h"
+
+#include <string>
+
+/// What the host remembers from one run to the next, in a property list of its own. A file that cannot be read is
+/// moved aside before a new one is written, never overwritten; keys that this version does not know are kept. Main
+/// thread.
+class HostSettings final
+{
+public:
+    /// Reads the file at `path`, which need not exist.
+    explicit HostSettings(Path path);
+
+    /// com.dovrane.Preferences.plist in the user's configuration folder.
+    static Path defaultPath();
+
+    /// What `setLastPane` was given; empty at first and after the overview of all panes.
+    std::string lastPane() const { return m_values.string("LastPane"); }
+    void setLastPane(const std::string &pane);
+
+    /// The window's place in the form of `QWidget::saveGeometry`; empty at first.
+    Bytes windowGeometry() const;
+    void setWindowGeometry(const Bytes &geometry);
+
+    /// Writes the file where something has changed since it was read or written. A failure is logged.
+    void save();
+
+private:
+    bool makeWay() const;
+
+    Path m_path;
+    PropertyList m_values;
+    bool m_isChanged = false;
+    bool m_isDamaged = false;
+};
