@@ -1,0 +1,150 @@
+#include "Tools/tamselctl/Verbs.h"
+
+static constexpr Option kListenOptions[] = {
+    {"--count", "N", "End after N notifications."},
+    {"--timeout", "S", "End after S seconds; with --count, having heard fewer by then is a failure."},
+};
+
+static constexpr Option kCompressOptions[] = {
+    {"--to", "FOLDER", "The existing folder that gets the copies.", true},
+};
+
+static constexpr Verb kVerbs[] = {
+    {"status",
+     "",
+     0,
+     0,
+     {},
+     "Show the settings, what runs, and what was saved",
+     "Prints the application-support folder, the settings, whether the helper and the panel run, whether there is a "
+     "session bus, how many folders are watched and how many bytes were saved: in all (totalSavings) and in folders "
+     "that were removed from the list since (previousSavings).",
+     showStatus},
+    {"on",
+     "",
+     0,
+     0,
+     {},
+     "Switch the helper on",
+     "A panel that runs is asked to do what a click on its switch would do. Where none runs, \"active\" is set in "
+     "defaults.plist, the login item is added where the account has a list of them, the helper is launched if it does "
+     "not run, and \"com.dovrane.pellix.active\" is posted.\n\n"
+     "A defaults.plist that cannot be read as a property list is kept beside the new one, under a name with the date.",
+     switchOn},
+    {"off",
+     "",
+     0,
+     0,
+     {},
+     "Switch the helper off",
+     "The opposite of \"on\". The helper stops its work at once; it is not ended.",
+     switchOff},
+    {"history",
+     "",
+     0,
+     0,
+     {},
+     "Show the watched folders and what was saved in each",
+     "One line for each folder on the list: the bytes saved, the progress in percent and the path. Savings of folders "
+     "that were removed from the list come last, as \"Other\". With --json each folder has the keys sortID, folder, "
+     "path, "
+     "status, savings and enabled; \"Other\" has no enabled.",
+     showHistory},
+    {"post",
+     "NAME [KEY=VALUE]... [KEY+=ELEMENT]...",
+     1,
+     kAnyNumber,
+     {},
+     "Post a notification",
+     "KEY=VALUE adds a string to what the notification carries. KEY+=ELEMENT adds one element to an array of strings; "
+     "repeat it for more. All of it must be UTF-8. Ends when the bus has taken the notification; nobody need "
+     "listen.\n\n"
+     " tamselctl post com.dovrane.pellix.folders foldersToAdd+=\"$HOME/Documents\"",
+     postNotification},
+    {"listen", "", 0, 0, kListenOptions, "Print the notifications that are posted from now on",
+     "One line for each, in the form that \"post\" takes; with --json an object with the keys name and userInfo. Says "
+     "\"listening\" on standard error once no later post can be missed.",
+     listenToNotifications},
+    {"size",
+     "BYTES",
+     1,
+     1,
+     {},
+     "Show how the panel writes a number of bytes",
+     "BYTES is a decimal number from 0 to 18446744073709551615.",
+     showSize},
+    {"alias make",
+     "PATH >FILE",
+     1,
+     1,
+     {},
+     "Make an alias record of a file or folder",
+     "Writes the bytes of the record to standard output.",
+     makeAlias},
+    {"alias info",
+     "FILE",
+     1,
+     1,
+     {},
+     "Show what the alias record in a file says of its target",
+     "Works without the target being there.",
+     showAlias},
+    {"alias resolve",
+     "FILE",
+     1,
+     1,
+     {},
+     "Print where the target of the alias record in a file is now",
+     "Finds a target that was renamed or moved on its volume. Another file that now has the old name is not taken for "
+     "it; that is a failure. Neither the record nor the target is changed.",
+     resolveAlias},
+    {"compress", "FILE...", 1, kAnyNumber, kCompressOptions, "Write compressed copies of files into a folder",
+     "Each copy consists of an empty file NAME with the compressed-file flag and the attribute com.apple.decmpfs, and "
+     "of ._NAME beside it with the compressed content. The originals are not touched. Programs that know nothing of "
+     "this form read the copy as an empty file, which is why nothing is ever compressed in place here.\n\n"
+     "The copy has the mode and, where that is allowed, the owner of the original. Both files are on the disk and have "
+     "been read back and compared before the copy counts as written. Nothing that stands in FOLDER is replaced. Left "
+     "out, with the reason: whatever is no plain file, a file with a resource fork, a name over 253 bytes, a file over "
+     "512 MiB, and one that would take no less room. The others are written all the same, and the exit status is 1.",
+     compressFiles},
+    {"inspect",
+     "FILE",
+     1,
+     1,
+     {},
+     "Show how a compressed file is stored",
+     "Prints the flags, the header in com.apple.decmpfs (compressionType, uncompressedSize), the header of the "
+     "resource "
+     "fork (dataOffset, mapOffset, dataLength, mapLength), its block table (numBlocks, and blockOffset and blockSize "
+     "of each), the logical and the occupied size. What is wrong with them is printed too and makes the exit "
+     "status 1. A file that is not compressed is no fault.",
+     inspectFile},
+};
+
+static constexpr ManualSection kSections[] = {
+    {"DESCRIPTION",
+     "Tamsel saves disk space by keeping files compressed. Its panel sets what is done, its helper does it in the "
+     "background. tamselctl shows and changes the state of both from scripts, and collects what a report of a fault "
+     "needs.\n\n"
+     "In this version the helper looks for files that are stored compressed and counts what they save. It does not "
+     "compress or change any file."},
+    {"OUTPUT",
+     "Text for people, whose form may change. With --json every line is one JSON object, whose keys keep their names; "
+     "numbers of bytes go up to 18446744073709551615. A byte of a file name that is not UTF-8 is written as the escape "
+     "\\udc80 to \\udcff, from which Python's os.fsencode and other programs get it back."},
+    {"EXIT STATUS",
+     "0: done.\n\n1: not done, or not all of it; the reason is on standard error.\n\n2: wrong use; nothing was done."},
+    {"FILES",
+     "Below $XDG_DATA_HOME, or ~/.local/share: Tamsel/defaults.plist holds the settings, Tamsel/history.db the watched "
+     "folders and their savings. A folder Pellix or Pellixer of an earlier installation is used in place of Tamsel."},
+};
+
+std::span<const Verb> verbs()
+{
+    return kVerbs;
+}
+
+std::span<const ManualSection> manualSections()
+{
+    return kSections;
+}

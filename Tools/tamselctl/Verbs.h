@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Tools/tamselctl/Verb.h"
+
+// StatusVerb.cpp
+ExitCode showStatus(Invocation &invocation);
+
+// SwitchVerbs.cpp
+ExitCode switchOn(Invocation &invocation);
+ExitCode switchOff(Invocation &invocation);
+
+// HistoryVerbs.cpp
+ExitCode showHistory(Invocation &invocation);
+
+// NotificationVerbs.cpp
+ExitCode postNotification(Invocation &invocation);
+ExitCode listenToNotifications(Invocation &invocation);
+
+// SizeVerbs.cpp
+ExitCode showSize(Invocation &invocation);
+
+// AliasVerbs.cpp
+ExitCode makeAlias(Invocation &invocation);
+ExitCode showAlias(Invocation &invocation);
+ExitCode resolveAlias(Invocation &invocation);
+
+// CompressVerb.cpp
+ExitCode compressFiles(Invocation &invocation);
+
+// InspectVerb.cpp
+ExitCode inspectFile(Invocation &invocation);
