@@ -1,0 +1,235 @@
+#include "Classes/PrefPane/EmptyListNote.h"
+#include "Classes/PrefPane/FoldersArrayController.h"
+#include "Classes/PrefPane/FoldersTableDelegate.h"
+#include "Classes/PrefPane/IconButton.h"
+#include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/PrefPane/PXHistoryController.h"
+#include "Platform/Fake/FakeFileSystem.h"
+#include "Tests/Classes/PrefPane/PaneFixture.h"
+#include "Tests/Support/HistoryFixture.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+
+#include <gmock/gmock.h>
+
+#include <set>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class TamselPrefViewTest : public PaneFixture
+{
+protected:
+    void show()
+    {
+        load();
+        pane().didSelect();
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QCoreApplication::processEvents();
+    }
+
+    template <class Widget>
+    Widget &find(const char *name)
+    {
+        Widget *const found = window.findChild<Widget *>(QString::fromLatin1(name));
+        if (!found)
+            throw std::runtime_error(std::string("no ") + name);
+        return *found;
+    }
+
+    std::string text(const char *label) { return find<QLabel>(label).text().toStdString(); }
+
+    /// The helper has recorded a folder.
+    static void record(const std::string &folder, unsigned status, ByteCount savings, bool isWatched = true)
+    {
+        fs::create_directories(supportFolder());
+        const auto database = HistoryFixture::openDatabase(supportFolder() / "history.db");
+        const Result<qint64> key = database->addFolder(folder, {});
+        ASSERT_TRUE(key);
+        ASSERT_TRUE(database->setProgress(*key, status, savings));
+        if (!isWatched) {
+            ASSERT_TRUE(database->removeFolder(folder));
+        }
+    }
+
+    /// What the delegate draws in a row.
+    std::vector<std::string> drawn(int row)
+    {
+        const QTableView &table = *pane().foldersTableView();
+        std::vector<std::string> texts;
+        for (int column = 0; column < table.model()->columnCount(); ++column)
+            texts.push_back(table.model()->index(row, column).data(Qt::AccessibleTextRole).toString().toStdString());
+        return texts;
+    }
+
+    static PXDefaultsController *settings() { return PXDefaultsController::sharedDefaultsController(); }
+};
+
+} // namespace
+
+TEST_F(TamselPrefViewTest, everyControl_hasAnAccessibleName)
+{
+    show();
+    int count = 0;
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        const bool isControl = qobject_cast<const QAbstractButton *>(widget) ||
+                               qobject_cast<const QTableView *>(widget) || widget->focusPolicy() == Qt::StrongFocus;
+        if (!isControl || widget->objectName().startsWith(QStringLiteral("qt_")) || widget->inherits("QTabBar") ||
+            widget->inherits("QTableCornerButton") || widget->inherits("QToolButton"))
+            continue;
+        EXPECT_FALSE(widget->accessibleName().isEmpty()) << widget->objectName().toStdString();
+        ++count;
+    }
+    EXPECT_GE(count, 10);
+}
+
+TEST_F(TamselPrefViewTest, tab_reachesEveryControlOfAPage)
+{
+    loginWindow.addOther("a", "/opt/other/Other.app");
+    show();
+    pane().tabView()->setCurrentIndex(3);
+    pane().toggleActiveButton()->setFocus(Qt::TabFocusReason);
+    std::set<std::string> reached;
+    for (int i = 0; i < 30 && QApplication::focusWidget(); ++i) {
+        reached.insert(QApplication::focusWidget()->objectName().toStdString());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    for (const char *name : {"toggleActiveButton", "iconButton", "checkForUpdatesButton", "automaticUpdatesButton",
+                             "autorunAtLoginButton", "visibleButton", "helpButton", "siteButton", "uninstallButton"})
+        EXPECT_TRUE(reached.contains(name)) << name;
+    pane().tabView()->setCurrentIndex(0);
+    pane().foldersTableView()->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(pane().foldersTableView(), Qt::Key_Tab);
+    EXPECT_FALSE(pane().foldersTableView()->hasFocus()) << "the table lets the focus go";
+}
+
+TEST_F(TamselPrefViewTest, tabs_standInOrder)
+{
+    loadView();
+    std::vector<std::string> titles;
+    for (int i = 0; i < pane().tabView()->count(); ++i)
+        titles.push_back(pane().tabView()->tabText(i).toStdString());
+    EXPECT_THAT(titles, ElementsAre("History", "Exclusions", "Uncompress", "General"));
+}
+
+TEST_F(TamselPrefViewTest, checkBoxes_changeTheSettingsAndFollowThem)
+{
+    show();
+    journal.clear();
+    find<QCheckBox>("automaticUpdatesButton").click();
+    find<QCheckBox>("visibleButton").click();
+    EXPECT_FALSE(settings()->checkForUpdates());
+    EXPECT_FALSE(settings()->visible());
+    EXPECT_THAT(journal.lines(), ElementsAre("post pellixHelperDisableUpdates", "post com.dovrane.tamsel.visible"));
+    settings()->setCheckForUpdates(true);
+    settings()->setVisible(true);
+    EXPECT_TRUE(find<QCheckBox>("automaticUpdatesButton").isChecked());
+    EXPECT_TRUE(find<QCheckBox>("visibleButton").isChecked());
+}
+
+TEST_F(TamselPrefViewTest, startAtLogin_showsWhatTheListHolds)
+{
+    loginWindow.addOther("a", "/opt/other/Other.app");
+    show();
+    auto &box = find<QCheckBox>("autorunAtLoginButton");
+    EXPECT_FALSE(box.isChecked()) << "stored as wanted, but not in the list";
+    box.click();
+    EXPECT_TRUE(box.isChecked());
+    EXPECT_TRUE(pane().autorunAtLogin());
+    pane().toggleActive(nullptr);
+    EXPECT_FALSE(box.isChecked()) << "switching off takes it from the list";
+}
+
+TEST_F(TamselPrefViewTest, startAtLoginWithoutAList_saysSoInsteadOfPretending)
+{
+    show();
+    EXPECT_FALSE(find<QCheckBox>("autorunAtLoginButton").isEnabled());
+    EXPECT_FALSE(find<QLabel>("autorunNote").isHidden());
+}
+
+TEST_F(TamselPrefViewTest, startAtLoginThatCannotBeStored_isShownUnchecked)
+{
+    loginWindow.addOther("a", "/opt/other/Other.app");
+    show();
+    fs::remove_all(helperPath());
+    find<QCheckBox>("autorunAtLoginButton").click();
+    EXPECT_FALSE(find<QCheckBox>("autorunAtLoginButton").isChecked());
+}
+
+TEST_F(TamselPrefViewTest, stateSentence_followsSwitchAndHelper)
+{
+    show();
+    EXPECT_THAT(text("stateLabel"), HasSubstr("waits for folders"));
+    workspace.end("com.dovrane.TamselHelper");
+    EXPECT_THAT(text("stateLabel"), HasSubstr("not running"));
+    pane().toggleActive(nullptr);
+    EXPECT_THAT(text("stateLabel"), HasSubstr("Switched off"));
+}
+
+TEST_F(TamselPrefViewTest, emptyList_saysHowToBegin_untilThereIsAFolder)
+{
+    show();
+    auto *const note = pane().foldersTableView()->findChild<EmptyListNote *>();
+    EXPECT_TRUE(note->isVisible());
+    EXPECT_EQ(note->size(), pane().foldersTableView()->viewport()->size());
+    EXPECT_EQ(text("totalSavingsTextField"), "-");
+    record("/srv/a", 40, 1500000000);
+    hear("pellixSavingsChanged");
+    EXPECT_FALSE(note->isVisible());
+    EXPECT_EQ(text("totalSavingsTextField"), "1.50 GB");
+    EXPECT_THAT(drawn(0), ElementsAre("a", "/srv/a", "40 %", "1.50 GB"));
+    EXPECT_THAT(text("stateLabel"), HasSubstr("watches 1 folder."));
+    EXPECT_EQ(text("folderCountLabel"), "1 folder");
+}
+
+TEST_F(TamselPrefViewTest, formerFolders_areSummedInAGreyRowThatCountsAsNone)
+{
+    record("/srv/a", 100, 2000);
+    record("/srv/gone", 100, 1000, false);
+    show();
+    EXPECT_THAT(drawn(1), ElementsAre("Other", "Savings obtained from previously selected folders", "", "1000 b"));
+    EXPECT_EQ(text("totalSavingsTextField"), "3.00 KB");
+    EXPECT_EQ(text("folderCountLabel"), "1 folder");
+    EXPECT_FALSE(pane().foldersTableView()->model()->index(1, 0).flags().testFlag(Qt::ItemIsSelectable));
+}
+
+TEST_F(TamselPrefViewTest, helperOff_isShownInEveryRow)
+{
+    record("/srv/a", 40, 2000);
+    show();
+    pane().toggleActive(nullptr);
+    EXPECT_THAT(drawn(0), ElementsAre("a", "/srv/a", "OFF", "2.00 KB"));
+}
+
+TEST_F(TamselPrefViewTest, painting_neverLooksAtTheFiles)
+{
+    record("/srv/a", 40, 2000);
+    show();
+    window.grab();
+    fs::remove_all(bundlePath());
+    FakeFileSystem nothing;
+    const Override<FileSystem> installed(nothing);
+    const QImage before = pane().iconButton()->grab().toImage();
+    pane().iconButton()->update();
+    EXPECT_EQ(pane().iconButton()->grab().toImage(), before);
+    window.grab();
+    EXPECT_EQ(nothing.calls(), 0);
+}
+
+TEST_F(TamselPrefViewTest, historyController_isMadeWithTheInterface)
+{
+    loadView();
+    EXPECT_EQ(PXHistoryController::alloc(), nullptr);
+    EXPECT_EQ(PXHistoryController::sharedHistoryController()->foldersTableView(), pane().foldersTableView());
+}

@@ -1,0 +1,235 @@
+#include "Tests/EndToEnd/HelperFixture.h"
+
+#include "Platform/ThisProcess.h"
+#include "Platform/Workspace.h"
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+using std::chrono::steady_clock;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
+
+/// Keeps every processor busy, so that what only gets the rest hardly moves.
+class BusyProcessors
+{
+public:
+    BusyProcessors()
+    {
+        for (unsigned i = 0; i < std::max(1u, std::thread::hardware_concurrency()); ++i)
+            m_threads.emplace_back([](std::stop_token stop) {
+                while (!stop.stop_requested()) {
+                }
+            });
+    }
+
+private:
+    std::vector<std::jthread> m_threads;
+};
+
+class HelperLife : public HelperFixture
+{
+protected:
+    /// A tree that takes long to walk, on the list of a running helper, which is in the middle of it.
+    void beginLongSurvey(HelperProcess &helper)
+    {
+        for (int i = 0; i < 50; ++i) {
+            const Path inner = folder / std::to_string(i);
+            fs::create_directory(inner);
+            for (int j = 0; j < 100; ++j)
+                fs::create_symlink("nowhere", inner / std::to_string(j)); // made in half the time of a file
+        }
+        ASSERT_TRUE(helper.waitUntilFound());
+        busy.emplace();
+        addFolders({folder});
+        ASSERT_TRUE(helper.waitForLog("Watching " + folder.native()));
+        runFor(50);
+        ASSERT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
+    }
+
+    /// How long it took after `tell` until another helper could take over: name and lock are free. The process itself
+    /// is gone once its last thread has had a processor.
+    std::chrono::milliseconds freeAfter(const std::function<void()> &tell)
+    {
+        const auto told = steady_clock::now();
+        tell();
+        EXPECT_TRUE(waitFor([] {
+            return !Workspace::current().isRunning(kIdentifier) &&
+                   ThisProcess::current().lockFile(supportFolder() / "helper.lock");
+        }));
+        return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - told);
+    }
+
+    std::optional<BusyProcessors> busy;
+};
+
+} // namespace
+
+TEST_F(HelperLife, quitNotification_inTheMiddleOfAWalk_makesWayWithinASecond)
+{
+    HelperProcess helper;
+    ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
+    EXPECT_LT(freeAfter([&] { post("pellixHelperShouldQuit"); }), std::chrono::seconds(1));
+    busy.reset();
+    EXPECT_EQ(helper.waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
+    EXPECT_EQ(records().size(), 1u);
+}
+
+TEST_F(HelperLife, terminationSignal_inTheMiddleOfAWalk_makesWayWithinASecond)
+{
+    HelperProcess helper;
+    ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
+    EXPECT_LT(freeAfter([&] { helper.terminate(); }), std::chrono::seconds(1));
+    busy.reset();
+    EXPECT_EQ(helper.waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
+    EXPECT_EQ(records().size(), 1u);
+}
+
+TEST_F(HelperLife, switchedOff_inTheMiddleOfAWalk_stopsAndStays)
+{
+    HelperProcess helper;
+    ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
+    set("<key>active</key><false/>");
+    post("com.dovrane.pellix.active");
+    ASSERT_TRUE(helper.waitForLog("Compressing: off"));
+    const auto stopped = texts();
+    busy.reset();
+    runFor(500);
+    EXPECT_EQ(texts(), stopped);
+    EXPECT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
+    EXPECT_TRUE(helper.isRunning());
+    set("<key>active</key><true/>");
+    post("com.dovrane.pellix.active");
+    EXPECT_TRUE(untilTexts({"watched on 100 0"}));
+}
+
+TEST_F(HelperLife, secondStart_handsOverAndEnds)
+{
+    HelperProcess first;
+    ASSERT_TRUE(first.waitUntilFound());
+    HelperProcess second;
+    EXPECT_EQ(second.waitForEnd(), 0);
+    EXPECT_TRUE(first.waitForLog("Started again while running"));
+    EXPECT_TRUE(second.waitForLog("Another helper runs"));
+    EXPECT_TRUE(first.isRunning());
+}
+
+TEST_F(HelperLife, severalStartsAtOnce_endWithExactlyOne)
+{
+    std::vector<std::unique_ptr<HelperProcess>> helpers;
+    for (int i = 0; i < 4; ++i)
+        helpers.push_back(std::make_unique<HelperProcess>());
+    const auto running = [&] {
+        return std::count_if(helpers.begin(), helpers.end(), [](const auto &helper) { return helper->isRunning(); });
+    };
+    EXPECT_TRUE(waitFor([&] { return running() == 1; }));
+    runFor(300);
+    EXPECT_EQ(running(), 1);
+}
+
+TEST_F(HelperLife, startWhileTheFirstEnds_theSecondTakesOver)
+{
+    HelperProcess first;
+    ASSERT_TRUE(first.waitUntilFound());
+    post("pellixHelperShouldQuit");
+    HelperProcess second;
+    EXPECT_EQ(first.waitForEnd(), 0);
+    EXPECT_TRUE(second.waitUntilFound());
+    EXPECT_TRUE(second.isRunning());
+}
+
+TEST_F(HelperLife, killedHelper_leavesNothingInTheWayOfTheNext)
+{
+    HelperProcess first;
+    ASSERT_TRUE(first.waitUntilFound());
+    first.kill();
+    HelperProcess second;
+    EXPECT_TRUE(second.waitUntilFound());
+    addFolders({folder});
+    EXPECT_TRUE(untilTexts({"watched on 100 0"}));
+}
+
+TEST_F(HelperLife, withoutABus_startsSurveysAndIsFoundWhenTheBusComes)
+{
+    const std::string savings = std::to_string(makeCompressed(folder / "a", 300000));
+    {
+        HelperProcess helper;
+        ASSERT_TRUE(helper.waitUntilFound());
+        addFolders({folder});
+        ASSERT_TRUE(untilTexts({"watched on 100 " + savings}));
+    }
+    bus.kill();
+    HelperProcess helper;
+    ASSERT_TRUE(helper.waitForLog("There is no session bus"));
+    EXPECT_TRUE(untilTexts({"watched on 100 " + savings}));
+    EXPECT_TRUE(helper.waitForLog("Surveyed " + folder.native()));
+    bus.start();
+    EXPECT_TRUE(waitFor([] { return Workspace::current().isRunning(kIdentifier); }));
+    // Both sides come back to the bus in their own time, and what is posted meanwhile is lost.
+    std::optional<int> exitCode;
+    for (int attempt = 0; !exitCode && attempt < 20; ++attempt) {
+        post("pellixHelperShouldQuit");
+        exitCode = helper.waitForEnd(std::chrono::milliseconds(500));
+    }
+    EXPECT_EQ(exitCode, 0);
+}
+
+TEST_F(HelperLife, busDiesAndReturns_theHelperListensAgain)
+{
+    HelperProcess helper;
+    ASSERT_TRUE(helper.waitUntilFound());
+    bus.kill();
+    ASSERT_TRUE(helper.waitForLog("There is no session bus"));
+    bus.start();
+    EXPECT_TRUE(waitFor([] { return Workspace::current().isRunning(kIdentifier); }));
+    addFolders({folder});
+    EXPECT_TRUE(untilTexts({"watched on 100 0"}));
+}
+
+TEST_F(HelperLife, newerBundleOnTheDisk_isAnnouncedAndRunsInItsPlace)
+{
+    const Path bundle = PrivateHome::current().root() / "TamselHelper.app";
+    fs::copy(TAMSEL_HELPER_BUNDLE, bundle, fs::copy_options::recursive);
+    HelperProcess helper(bundle);
+    ASSERT_TRUE(helper.waitUntilFound());
+    const qint64 id = helper.id();
+    int announcements = 0;
+    center().addObserver("com.dovrane.tamsel.restarting.after.update", [&](const Notification &) { ++announcements; });
+
+    std::ofstream(bundle / "Contents/Info.plist")
+        << "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>TamselHelper</string>"
+           "<key>CFBundleVersion</key><string>99.0</string></dict></plist>";
+    post("pellixHelperShouldCheckForUpdates");
+    ASSERT_TRUE(helper.waitForLog("Version 99.0 starts"));
+    EXPECT_TRUE(waitFor([&] { return announcements == 1; }));
+    EXPECT_EQ(helper.id(), id);
+    addFolders({folder});
+    EXPECT_TRUE(waitFor([&] {
+        addFolders({folder}); // the new one may not listen yet
+        runFor(100);
+        return texts() == std::vector<std::string>{"watched on 100 0"};
+    }));
+    EXPECT_EQ(announcements, 1);
+}
+
+TEST_F(HelperLife, launchedByTheWorkspace_runsUntilToldToQuit)
+{
+    const auto launched = Workspace::current().launchApplication(TAMSEL_HELPER_BUNDLE);
+    ASSERT_TRUE(launched) << launched.failure().context;
+    // It lives on when this ends, so it must end before.
+    EXPECT_TRUE(waitFor([&] {
+        post("pellixHelperShouldQuit");
+        runFor(50);
+        return (*launched)->isTerminated();
+    }));
+    EXPECT_FALSE(Workspace::current().isRunning(kIdentifier));
+}

@@ -1,0 +1,391 @@
+#include "Helper/HelperApplication.h"
+
+#include "Classes/Shared/Log.h"
+#include "Platform/AliasManager.h"
+#include "Platform/Fake/FakeApplicationName.h"
+#include "Platform/Fake/FakeNotificationCenter.h"
+#include "Tests/Support/HistoryFixture.h"
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/TestBundle.h"
+#include "Tests/Support/WaitFor.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <fstream>
+#include <optional>
+
+namespace fs = std::filesystem;
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+namespace {
+
+std::mutex s_logMutex;
+std::vector<std::string> s_log;
+
+void keepLine(const std::string &line)
+{
+    const std::lock_guard lock(s_logMutex);
+    s_log.push_back(line);
+}
+
+std::vector<std::string> logged()
+{
+    const std::lock_guard lock(s_logMutex);
+    return s_log;
+}
+
+/// A helper without a bus, whose surveys find what the test says.
+class HelperApplicationTest : public ::testing::Test
+{
+protected:
+    HelperApplicationTest()
+    {
+        setLogSink(keepLine);
+        place.settings = PrivateHome::current().root() / "defaults.plist";
+        place.history = {PrivateHome::current().root() / "history.db", HistoryFixture::seed(),
+                         HistoryFixture::modelFile()};
+        place.bundle = makeApplicationBundle(PrivateHome::current().root(), "Helper", "com.example.Helper", "");
+        place.version = "1.0";
+        setInstalledVersion("1.0");
+        log = PrivateHome::current().makeFolder("folders/log");
+        work = PrivateHome::current().makeFolder("folders/work");
+    }
+    ~HelperApplicationTest() override
+    {
+        isHeld = false;
+        helper.reset();
+        setLogSink(nullptr);
+    }
+
+    void start()
+    {
+        helper.emplace(place, [this](auto &&...arguments) { return survey(arguments...); });
+        QObject::connect(&*helper, &HelperApplication::quitRequested, [this] { ++quits; });
+        QObject::connect(&*helper, &HelperApplication::restartRequested, [this] { ++restarts; });
+        helper->start();
+        settle();
+    }
+    void settle()
+    {
+        registry.deliver();
+        center.deliver();
+    }
+    void receive(const std::string &notification, const UserInfo &userInfo = {})
+    {
+        center.deliver({notification, userInfo});
+        settle();
+    }
+    void addFolders(const std::vector<std::string> &folders)
+    {
+        receive("com.dovrane.pellix.folders", {{"foldersToAdd", folders}});
+    }
+    void removeFolders(const std::vector<std::string> &folders)
+    {
+        receive("com.dovrane.pellix.folders", {{"foldersToRemove", folders}});
+    }
+    void set(const std::string &dictionary)
+    {
+        std::ofstream(place.settings) << "<plist version=\"1.0\"><dict>" << dictionary << "</dict></plist>";
+    }
+    void setInstalledVersion(const std::string &version)
+    {
+        std::ofstream(place.bundle / "Contents/Info.plist")
+            << "<plist version=\"1.0\"><dict><key>CFBundleVersion</key><string>" << version
+            << "</string></dict></plist>";
+    }
+
+    Result<SurveyResult> survey(const Path &folder, SurveyedFiles &, const FolderSurvey::Progressed &progressed,
+                                std::stop_token stop)
+    {
+        ++surveys;
+        SurveyResult result;
+        for (unsigned percent = 1; percent <= 100 && !stop.stop_requested(); ++percent) {
+            progressed({percent, found * percent / 100});
+            while (isHeld && percent == 50 && !stop.stop_requested())
+                std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::milliseconds(stepMs));
+        }
+        result.savings = folder == log ? found.load() : 0;
+        result.isComplete = !stop.stop_requested();
+        return result;
+    }
+
+    /// Each record as "name enabled status savings", read by another connection.
+    std::vector<std::string> records()
+    {
+        std::vector<std::string> texts;
+        const auto database = HistoryFixture::openDatabase(place.history.store);
+        const auto all = database->folders();
+        for (const WatchedFolder &record : *all)
+            texts.push_back(Path(record.folder).filename().native() + (record.isEnabled ? " on " : " off ") +
+                            std::to_string(record.status) + ' ' + std::to_string(record.savings));
+        return texts;
+    }
+    bool untilRecords(const std::vector<std::string> &expected)
+    {
+        const bool isReached = waitFor([&] { return records() == expected; }, 5000);
+        EXPECT_EQ(records(), expected);
+        return isReached;
+    }
+
+    FakeNotificationCenter center;
+    Override<DistributedNotificationCenter> centerOverride{center};
+    FakeApplicationName::Registry registry;
+    FakeApplicationName name{registry};
+    Override<ApplicationName> nameOverride{name};
+    HelperApplication::Place place;
+    fs::path log;
+    fs::path work;
+    std::atomic<bool> isHeld = false;
+    std::atomic<int> surveys = 0;
+    std::atomic<int> stepMs = 0;
+    std::atomic<ByteCount> found = 1000;
+    int quits = 0;
+    int restarts = 0;
+    std::optional<HelperApplication> helper;
+};
+
+} // namespace
+
+TEST_F(HelperApplicationTest, foldersToAdd_folders_areRecordedSurveyedAndAnnounced)
+{
+    start();
+    addFolders({log, work});
+    ASSERT_TRUE(untilRecords({"log on 100 1000", "work on 100 0"}));
+    const auto database = HistoryFixture::openDatabase(place.history.store);
+    const auto kept = database->folders();
+    const auto target = AliasManager::current().resolve(kept->front().alias);
+    ASSERT_TRUE(target);
+    EXPECT_EQ(target->path, log);
+    EXPECT_THAT(center.postedNames(), Contains("pellixSavingsChanged"));
+}
+
+TEST_F(HelperApplicationTest, foldersToAdd_sameFolderUnderSeveralPaths_isOneRecord)
+{
+    fs::create_symlink(log, log.parent_path() / "link");
+    start();
+    addFolders({log, log, log / "", log.parent_path() / "link", log / "../log"});
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"log on 100 1000"}));
+}
+
+TEST_F(HelperApplicationTest, foldersToAdd_noFolders_areLeftOut)
+{
+    std::ofstream(log / "file") << "x";
+    start();
+    addFolders({"", "folders/log", log / "file", log / "missing"});
+    EXPECT_THAT(records(), IsEmpty());
+    EXPECT_THAT(center.postedNames(), Not(Contains("com.dovrane.pellix.folders")));
+}
+
+TEST_F(HelperApplicationTest, folders_malformedPayloads_changeNothing)
+{
+    start();
+    receive("com.dovrane.pellix.folders");
+    receive("com.dovrane.pellix.folders", {{"foldersToAdd", log.native()}});
+    receive("com.dovrane.pellix.folders", {{"other", std::vector<std::string>{log.native()}}});
+    EXPECT_THAT(records(), IsEmpty());
+    EXPECT_THAT(logged(), Contains(HasSubstr("foldersToAdd is no array")));
+}
+
+TEST_F(HelperApplicationTest, foldersToRemove_watched_isDisabledAndKeepsItsSavings)
+{
+    start();
+    addFolders({log, work});
+    ASSERT_TRUE(untilRecords({"log on 100 1000", "work on 100 0"}));
+    center.clearPosts();
+    removeFolders({log, log, work / "unknown"});
+    EXPECT_TRUE(untilRecords({"log off 100 1000", "work on 100 0"}));
+    EXPECT_TRUE(waitFor([&] { return !center.postedNames().empty(); }));
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"log on 100 1000", "work on 100 0"}));
+}
+
+TEST_F(HelperApplicationTest, foldersToRemove_movedFolder_isFoundByItsNewPath)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    fs::rename(log, log.parent_path() / "moved");
+    removeFolders({log.parent_path() / "moved"});
+    EXPECT_TRUE(untilRecords({"log off 100 1000"}));
+}
+
+TEST_F(HelperApplicationTest, movedFolder_nextSurvey_keepsItsPlace)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    helper.reset();
+    fs::rename(log, log.parent_path() / "moved");
+    start();
+    EXPECT_TRUE(untilRecords({"moved on 100 0"}));
+}
+
+TEST_F(HelperApplicationTest, movedFolder_anotherIsAddedAtItsOldPlace_bothHaveARecord)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    fs::rename(log, log.parent_path() / "moved");
+    fs::create_directory(log);
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"moved on 100 0", "log on 100 1000"}));
+}
+
+TEST_F(HelperApplicationTest, surveyedAgain_savingsDoNotDropUntilTheNewFigureIsWhole)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    found = 400;
+    isHeld = true;
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 50 1000"}));
+    isHeld = false;
+    EXPECT_TRUE(untilRecords({"log on 100 400"}));
+}
+
+TEST_F(HelperApplicationTest, survey_announcements_areFourASecondAtMostAndOneAtTheEnd)
+{
+    stepMs = 15;
+    std::vector<std::chrono::steady_clock::time_point> times;
+    start();
+    center.addObserver("pellixSavingsChanged",
+                       [&](const Notification &) { times.push_back(std::chrono::steady_clock::now()); });
+    addFolders({log});
+    ASSERT_TRUE(waitFor([&] {
+        settle();
+        return !records().empty() && records().front() == "log on 100 1000" && !helper->isSurveying();
+    }));
+    settle();
+    ASSERT_GE(times.size(), 4u);
+    times.pop_back(); // the one at the end
+    for (std::size_t i = 4; i < times.size(); ++i)
+        EXPECT_GT(times[i] - times[i - 4], std::chrono::seconds(1)) << "announcement " << i;
+}
+
+TEST_F(HelperApplicationTest, active_switchedOffAndOn_stopsAndStartsTheSurvey)
+{
+    isHeld = true;
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 50 500"}));
+    set("<key>active</key><false/>");
+    receive("com.dovrane.pellix.active");
+    EXPECT_FALSE(helper->isSurveying());
+    EXPECT_EQ(quits, 0);
+    receive("com.dovrane.pellix.active");
+    EXPECT_EQ(surveys, 1);
+    isHeld = false;
+    set("<key>active</key><true/>");
+    receive("com.dovrane.pellix.active");
+    EXPECT_TRUE(untilRecords({"log on 100 1000"}));
+    EXPECT_EQ(surveys, 2);
+}
+
+TEST_F(HelperApplicationTest, active_offFromTheBeginning_foldersAreRecordedOnly)
+{
+    set("<key>active</key><false/>");
+    start();
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"log on 0 0"}));
+    EXPECT_THAT(center.postedNames(), Contains("pellixSavingsChanged"));
+    runFor(50);
+    EXPECT_EQ(surveys, 0);
+}
+
+TEST_F(HelperApplicationTest, quit_inTheMiddleOfASurvey_isAskedForAndStopsWithinASecond)
+{
+    isHeld = true;
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 50 500"}));
+    receive("pellixHelperShouldQuit");
+    EXPECT_EQ(quits, 1);
+    EXPECT_TRUE(helper->stop());
+}
+
+TEST_F(HelperApplicationTest, update_newerBundle_isAnnouncedOnceAndWorkEnds)
+{
+    start();
+    setInstalledVersion("1.0");
+    receive("pellixHelperShouldCheckForUpdates");
+    setInstalledVersion("0.9");
+    receive("pellixHelperShouldCheckForUpdates");
+    EXPECT_THAT(center.postedNames(), Not(Contains("com.dovrane.tamsel.restarting.after.update")));
+    setInstalledVersion("1.0.1");
+    receive("pellixHelperShouldCheckForUpdates");
+    receive("pellixHelperShouldCheckForUpdates");
+    EXPECT_EQ(restarts, 1);
+    EXPECT_THAT(center.postedNames(), Contains("com.dovrane.tamsel.restarting.after.update").Times(1));
+}
+
+TEST_F(HelperApplicationTest, update_automaticChecks_followTheSettings)
+{
+    set("<key>checkUpdates</key><false/>");
+    setInstalledVersion("2.0");
+    start();
+    EXPECT_EQ(restarts, 0);
+    receive("pellixHelperEnableUpdates");
+    EXPECT_EQ(restarts, 0) << "the file still says no";
+    set("<key>checkUpdates</key><true/>");
+    receive("pellixHelperEnableUpdates");
+    EXPECT_EQ(restarts, 1);
+}
+
+TEST_F(HelperApplicationTest, notices_withNothingToDo_areLogged)
+{
+    start();
+    receive("pellixHelperShouldKeepAlive");
+    receive("com.dovrane.tamsel.version", {{"version", "1.0"}});
+    EXPECT_THAT(logged(), Contains("Asked to keep running"));
+    EXPECT_THAT(logged(), Not(Contains(HasSubstr("The pane has version"))));
+    receive("com.dovrane.tamsel.version", {{"version", "1.1"}});
+    receive("com.dovrane.tamsel.version");
+    receive("com.dovrane.tamsel.version", {{"version", std::vector<std::string>{"1.1"}}});
+    EXPECT_THAT(logged(), Contains("The pane has version 1.1, this is version 1.0").Times(1));
+    set("<key>visible</key><false/>");
+    receive("com.dovrane.tamsel.visible");
+    EXPECT_THAT(logged(), Contains("Visible: off"));
+    receive("com.dovrane.pellix.excludedPaths");
+    receive("com.dovrane.pellix.excludedExtensions");
+    EXPECT_THAT(logged(), Contains("The excluded paths have changed"));
+    EXPECT_THAT(logged(), Contains("The excluded extensions have changed"));
+}
+
+TEST_F(HelperApplicationTest, start_withoutABus_surveysOnceAndReadsTheSettingsWhenItComes)
+{
+    set("<key>active</key><true/>");
+    {
+        const auto database = HistoryFixture::openDatabase(place.history.store);
+        ASSERT_TRUE(database->addFolder(log.native(), *AliasManager::current().newAlias(log)));
+    }
+    registry.setConnected(false);
+    center.setConnected(false);
+    start();
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    set("<key>active</key><false/>");
+    registry.setConnected(true);
+    center.setConnected(true);
+    settle();
+    EXPECT_THAT(logged(), Contains("Compressing: off"));
+    EXPECT_EQ(surveys, 1);
+}
+
+TEST_F(HelperApplicationTest, history_cannotBeOpened_isTriedAgainWithTheNextFolder)
+{
+    fs::create_directory(place.history.store);
+    start();
+    addFolders({log});
+    EXPECT_THAT(logged(), Contains(HasSubstr("The history cannot be opened")));
+    fs::remove(place.history.store);
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"log on 100 1000"}));
+}

@@ -1,0 +1,240 @@
+#include "Platform/Linux/LinuxAliasManager.h"
+
+#include "Platform/Linux/AliasSearch.h"
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/PrivateMounts.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+
+static int s_worlds = 0; // each test has a folder of its own, whichever process it runs in
+
+namespace {
+
+class LinuxAliasManagerTest : public ::testing::Test
+{
+protected:
+    std::optional<Path> find(const Bytes &record) const
+    {
+        const Result<AliasManager::Resolution> resolution = m_aliases.resolve(record);
+        return resolution ? std::optional(resolution->path) : std::nullopt;
+    }
+    AliasIdentity identityOf(const Path &path) const
+    {
+        return *AliasIdentity::parse(*AliasRecord::parse(*m_aliases.newAlias(path))->find(AliasTag::kIdentity));
+    }
+    AliasSearch::Limits wide() const { return {1'000'000, std::chrono::seconds(20)}; }
+
+    LinuxAliasManager m_aliases{LinuxAliasManager::Handles::DoNotTry};
+    Path m_root = PrivateHome::current().makeFolder("world" + std::to_string(++s_worlds));
+};
+
+} // namespace
+
+TEST_F(LinuxAliasManagerTest, newAlias_identity_holdsTheWholeInodeNumber)
+{
+    struct stat status = {};
+    ASSERT_EQ(::stat(m_root.c_str(), &status), 0);
+    EXPECT_EQ(identityOf(m_root).inode, status.st_ino);
+    EXPECT_EQ(m_aliases.copyInfo(*m_aliases.newAlias(m_root))->nodeID, std::uint32_t(status.st_ino));
+}
+
+TEST_F(LinuxAliasManagerTest, newAlias_nameThatIsNoUtf8_keepsItsBytes)
+{
+    const Path path = m_root / "odd\xFF\xFE";
+    fs::create_directory(path);
+    const Bytes record = *m_aliases.newAlias(path);
+    EXPECT_EQ(m_aliases.copyInfo(record)->path, path);
+    EXPECT_EQ(m_aliases.copyInfo(record)->targetName, "odd\uFFFD\uFFFD");
+    fs::rename(path, m_root / "other\xFF");
+    EXPECT_EQ(find(record), m_root / "other\xFF");
+}
+
+TEST_F(LinuxAliasManagerTest, newAlias_pathThroughALink_storesTheRealOne)
+{
+    fs::create_directories(m_root / "real/folder");
+    fs::create_directory_symlink("real", m_root / "link");
+    EXPECT_EQ(m_aliases.copyInfo(*m_aliases.newAlias(m_root / "link/folder"))->path, m_root / "real/folder");
+    EXPECT_EQ(m_aliases.copyInfo(*m_aliases.newAlias(m_root / "link"))->path, m_root / "link") << "the link is meant";
+}
+
+TEST_F(LinuxAliasManagerTest, newAlias_top_isNamedAfterItsVolume)
+{
+    const Result<Bytes> record = m_aliases.newAlias("/");
+    ASSERT_TRUE(record);
+    const AliasInfo info = *m_aliases.copyInfo(*record);
+    EXPECT_EQ(info.path, "/");
+    EXPECT_EQ(info.targetName, info.volumeName);
+    EXPECT_TRUE(info.volumeIsBootVolume);
+    EXPECT_EQ(find(*record), "/");
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_recordOfAnotherSystem_isNotFound)
+{
+    AliasRecord record = *AliasRecord::parse(*m_aliases.newAlias(m_root));
+    std::erase_if(record.tags, [](const AliasTag &tag) { return tag.tag == AliasTag::kIdentity; });
+    const Result<AliasManager::Resolution> resolution = m_aliases.resolve(*record.encode());
+    ASSERT_FALSE(resolution);
+    EXPECT_EQ(resolution.failure().code, ErrorCode::NotFound);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_linkLeftAtTheOldPlace_findsTheFolderBehindIt)
+{
+    fs::create_directories(m_root / "old/folder");
+    const Bytes record = *m_aliases.newAlias(m_root / "old/folder");
+    fs::rename(m_root / "old", m_root / "new");
+    fs::create_directory_symlink("new", m_root / "old");
+    EXPECT_EQ(find(record), m_root / "new/folder");
+    EXPECT_EQ(m_aliases.searches(), 0);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_bothMovedTogether_goesByTheRelativePath)
+{
+    fs::create_directories(m_root / "a/documents");
+    fs::create_directories(m_root / "a/data/folder");
+    const Bytes record = *m_aliases.newAlias(m_root / "a/data/folder", m_root / "a/documents");
+    fs::rename(m_root / "a", m_root / "b");
+    const Result<AliasManager::Resolution> resolution = m_aliases.resolve(record, m_root / "b/documents");
+    ASSERT_TRUE(resolution);
+    EXPECT_EQ(resolution->path, m_root / "b/data/folder");
+    EXPECT_EQ(m_aliases.searches(), 0);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_hardLinkedFile_keepsTheStoredName)
+{
+    std::ofstream(m_root / "one") << "content";
+    const Bytes record = *m_aliases.newAlias(m_root / "one");
+    fs::create_hard_link(m_root / "one", m_root / "another");
+    EXPECT_EQ(find(record), m_root / "one");
+    fs::remove(m_root / "one");
+    EXPECT_EQ(find(record), m_root / "another");
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_lostFolder_isSearchedForOnceUntilSomethingChanges)
+{
+    PrivateMounts mounts; // a small volume: how long a search of the whole machine's takes depends on its size
+    if (!mounts.mountMemory(m_root))
+        GTEST_SKIP() << "this machine does not let the test mount anything";
+    fs::create_directories(m_root / "parent/folder");
+    const Bytes record = *m_aliases.newAlias(m_root / "parent/folder");
+    fs::remove(m_root / "parent/folder");
+    for (int round = 0; round < 5; ++round)
+        EXPECT_EQ(find(record), std::nullopt);
+    EXPECT_EQ(m_aliases.searches(), 1);
+    fs::create_directory(m_root / "parent/other");
+    EXPECT_EQ(find(record), std::nullopt);
+    EXPECT_EQ(find(record), std::nullopt);
+    EXPECT_EQ(m_aliases.searches(), 2);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_lostFolderOnAnotherThread_isSearchedForMoreThoroughlyOnce)
+{
+    PrivateMounts mounts;
+    fs::create_directory(m_root / "volume");
+    if (!mounts.mountMemory(m_root / "volume"))
+        GTEST_SKIP() << "this machine does not let the test mount anything";
+    fs::create_directory(m_root / "volume/folder");
+    const Bytes record = *m_aliases.newAlias(m_root / "volume/folder");
+    fs::remove(m_root / "volume/folder");
+    EXPECT_EQ(find(record), std::nullopt);
+    EXPECT_EQ(m_aliases.searches(), 1);
+    std::thread([&] {
+        EXPECT_EQ(find(record), std::nullopt);
+        EXPECT_EQ(find(record), std::nullopt);
+    }).join();
+    EXPECT_EQ(m_aliases.searches(), 2);
+    EXPECT_EQ(find(record), std::nullopt);
+    EXPECT_EQ(m_aliases.searches(), 2);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_movedFolderWithTheOldRecord_isSearchedForOnce)
+{
+    fs::create_directories(m_root / "a/folder");
+    fs::create_directories(m_root / "b");
+    const Bytes record = *m_aliases.newAlias(m_root / "a/folder");
+    fs::rename(m_root / "a/folder", m_root / "b/folder");
+    for (int round = 0; round < 5; ++round)
+        EXPECT_EQ(find(record), m_root / "b/folder");
+    EXPECT_EQ(m_aliases.searches(), 1);
+}
+
+TEST_F(LinuxAliasManagerTest, resolve_manyLostFoldersOnTheMainThread_doNotAddUp)
+{
+    std::vector<Bytes> records;
+    for (int index = 0; index < 50; ++index) {
+        const Path folder = m_root / ("folder" + std::to_string(index));
+        fs::create_directory(folder);
+        records.push_back(*m_aliases.newAlias(folder));
+    }
+    fs::remove_all(m_root);
+    const auto start = std::chrono::steady_clock::now();
+    for (const Bytes &record : records)
+        EXPECT_EQ(find(record), std::nullopt);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(taken, std::chrono::milliseconds(1500)) << "50 searches of 50 ms would be 2.5 s";
+}
+
+TEST_F(LinuxAliasManagerTest, find_otherMountBelow_isNotEntered)
+{
+    PrivateMounts mounts;
+    fs::create_directories(m_root / "outer/inner");
+    fs::create_directories(m_root / "elsewhere/target");
+    if (!mounts.mountMemory(m_root / "outer"))
+        GTEST_SKIP() << "this machine does not let the test mount anything";
+    fs::create_directories(m_root / "outer/inner");
+    fs::create_directories(m_root / "outer/start");
+    ASSERT_TRUE(mounts.bind(m_root / "elsewhere", m_root / "outer/inner"));
+    const AliasIdentity identity = identityOf(m_root / "elsewhere/target");
+    const MountTable table = *MountTable::read();
+    AliasSearch search(identity, table, wide());
+    EXPECT_EQ(search.find(m_root / "outer/start/x", m_root / "outer"), std::nullopt);
+    EXPECT_EQ(search.entries(), 2u);
+}
+
+TEST_F(LinuxAliasManagerTest, find_links_areNotFollowed)
+{
+    fs::create_directories(m_root / "here");
+    fs::create_directories(m_root / "there/target");
+    fs::create_directory_symlink("../there", m_root / "here/link");
+    const AliasIdentity identity = identityOf(m_root / "there/target");
+    const MountTable table = *MountTable::read();
+    AliasSearch search(identity, table, wide());
+    EXPECT_EQ(search.find(m_root / "here/x", m_root / "here"), std::nullopt);
+    EXPECT_EQ(search.entries(), 1u);
+}
+
+TEST_F(LinuxAliasManagerTest, find_entryLimit_endsTheSearch)
+{
+    for (int index = 0; index < 100; ++index)
+        fs::create_directories(m_root / ("folder" + std::to_string(index)) / "below");
+    fs::create_directories(m_root / "folder99/below/target");
+    const AliasIdentity identity = identityOf(m_root / "folder99/below/target");
+    const MountTable table = *MountTable::read();
+    AliasSearch narrow(identity, table, {100, std::chrono::seconds(20)});
+    EXPECT_EQ(narrow.find(m_root / "x", m_root), std::nullopt);
+    EXPECT_LT(narrow.entries(), 110u);
+    AliasSearch late(identity, table, {1'000'000, std::chrono::milliseconds(0)});
+    EXPECT_EQ(late.find(m_root / "x", m_root), std::nullopt);
+    AliasSearch enough(identity, table, wide());
+    EXPECT_EQ(enough.find(m_root / "x", m_root), m_root / "folder99/below/target");
+}
+
+TEST_F(LinuxAliasManagerTest, find_outward_doesNotSearchTheSameFolderTwice)
+{
+    fs::create_directories(m_root / "a/b");
+    for (int index = 0; index < 50; ++index)
+        fs::create_directory(m_root / "a/b" / std::to_string(index));
+    AliasIdentity identity = identityOf(m_root);
+    identity.inode = 1; // nobody's
+    const MountTable table = *MountTable::read();
+    AliasSearch search(identity, table, wide());
+    EXPECT_EQ(search.find(m_root / "a/b/x", m_root), std::nullopt);
+    EXPECT_EQ(search.entries(), 52u) << "50 in b, b in a, a in the root";
+}

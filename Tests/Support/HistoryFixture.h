@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Classes/PrefPane/HistoryModel.h"
+#include "Helper/HistoryDatabase.h"
+#include "Platform/Types.h"
+
+#include <memory>
+#include <stdexcept>
+
+/// The model and the seed that the build has put into the pane's bundle.
+namespace HistoryFixture {
+
+inline Path modelFile()
+{
+    return Path(TAMSEL_PANE_RESOURCES) / "History.model.plist";
+}
+
+inline Path seed()
+{
+    return Path(TAMSEL_PANE_RESOURCES) / "history.db";
+}
+
+inline HistoryModel model()
+{
+    Result<HistoryModel> model = HistoryModel::read(modelFile());
+    if (!model)
+        throw std::runtime_error(model.failure().context);
+    return *model;
+}
+
+/// The store opened as the helper does it.
+inline std::unique_ptr<HistoryDatabase> openDatabase(const Path &store)
+{
+    Result<std::unique_ptr<HistoryDatabase>> database = HistoryDatabase::open(store, seed(), model());
+    if (!database)
+        throw std::runtime_error(database.failure().context);
+    return *std::move(database);
+}
+
+} // namespace HistoryFixture

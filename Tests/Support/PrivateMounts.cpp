@@ -1,0 +1,61 @@
+#include "Tests/Support/PrivateMounts.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <sched.h>
+#include <string>
+#include <sys/mount.h>
+#include <unistd.h>
+
+PrivateMounts::~PrivateMounts()
+{
+    for (const std::filesystem::path &point : m_points)
+        ::umount2(point.c_str(), MNT_DETACH);
+}
+
+bool PrivateMounts::enter()
+{
+    if (m_entered)
+        return true;
+    const std::string user = std::to_string(::getuid()), group = std::to_string(::getgid());
+    if (::unshare(CLONE_NEWNS) != 0) {
+        if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+            return false;
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << user << " " << user << " 1";
+        std::ofstream("/proc/self/gid_map") << group << " " << group << " 1";
+    }
+    m_entered = ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return m_entered;
+}
+
+bool PrivateMounts::mountMemory(const std::filesystem::path &point)
+{
+    if (!enter() || ::mount("memory", point.c_str(), "tmpfs", 0, "size=16m,mode=0755") != 0)
+        return false;
+    m_points.push_back(point);
+    return true;
+}
+
+bool PrivateMounts::bind(const std::filesystem::path &folder, const std::filesystem::path &point)
+{
+    if (!enter() || ::mount(folder.c_str(), point.c_str(), nullptr, MS_BIND, nullptr) != 0)
+        return false;
+    m_points.push_back(point);
+    return true;
+}
+
+bool PrivateMounts::move(const std::filesystem::path &from, const std::filesystem::path &to)
+{
+    if (!enter() || ::mount(from.c_str(), to.c_str(), nullptr, MS_MOVE, nullptr) != 0)
+        return false;
+    std::replace(m_points.begin(), m_points.end(), from, to);
+    return true;
+}
+
+bool PrivateMounts::unmount(const std::filesystem::path &point)
+{
+    std::erase(m_points, point);
+    return ::umount2(point.c_str(), 0) == 0;
+}
