@@ -1,6 +1,6 @@
+#include "Classes/PrefPane/HelperLoginItem.h"
 #include "Platform/Bundle.h"
 #include "Platform/FileSystem.h"
-#include "Platform/LoginWindow.h"
 #include "Platform/Services.h"
 #include "Platform/TreeRemoval.h"
 #include "Platform/UserFolders.h"
@@ -45,23 +45,12 @@ static std::string objectionTo(const Path &bundle)
     return {};
 }
 
-static bool removeLoginItems()
+static bool removeLoginItem()
 {
-    const Result<std::optional<std::vector<LoginItem>>> list = LoginWindow::current().copyItems();
-    if (!list) {
-        say("the login items cannot be read: " + list.failure().context);
-        return false;
-    }
-    if (!*list)
-        return true;
-    std::vector<LoginItem> items = **list;
-    if (std::erase_if(items, [](const LoginItem &item) { return item.path.native().ends_with("TamselHelper.app"); }) ==
-        0)
-        return true;
-    const Result<void> stored = LoginWindow::current().storeItems(items);
-    if (!stored)
-        say("the login item is still there: " + stored.failure().context);
-    return bool(stored);
+    const Result<void> removed = HelperLoginItem::remove();
+    if (!removed)
+        say("the login item may still be there: " + removed.failure().context);
+    return bool(removed);
 }
 
 /// What only a running helper needs. Settings, history and lists are the user's and stay.
@@ -104,7 +93,7 @@ int main(int argc, char **argv)
         say(bundle->native() + " could not be removed: " + removed.failure().context + ". Delete it by hand.");
         return kFailed;
     }
-    const bool itemsGone = removeLoginItems();
+    const bool itemGone = removeLoginItem();
     const bool filesGone = removeRuntimeFiles();
-    return itemsGone && filesGone ? kDone : kFailed;
+    return itemGone && filesGone ? kDone : kFailed;
 }

@@ -1,11 +1,10 @@
 #include "Tools/tamselctl/Verbs.h"
 
-#include "Classes/Shared/RQAlias.h"
+#include "Classes/PrefPane/HelperLoginItem.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ApplicationName.h"
 #include "Platform/Bundle.h"
 #include "Platform/DistributedNotificationCenter.h"
-#include "Platform/LoginWindow.h"
 #include "Platform/Workspace.h"
 #include "Tools/tamselctl/Invocation.h"
 #include "Tools/tamselctl/RunningPrograms.h"
@@ -25,22 +24,10 @@ static constexpr auto kPatience = 10s;
 /// What a click on the switch does to the list of login items. An account without a list stays without one.
 static Result<void> storeLoginItem(bool isWanted)
 {
-    const auto isOurs = [](const LoginItem &item) { return item.path.native().ends_with("TamselHelper.app"); };
-    auto items = LoginWindow::current().copyItems();
-    if (!items)
-        return items.failure();
-    if (!*items || std::ranges::any_of(**items, isOurs) == isWanted)
-        return {};
-    if (!isWanted) {
-        std::erase_if(**items, isOurs);
-        return LoginWindow::current().storeItems(**items);
-    }
+    if (!isWanted)
+        return HelperLoginItem::remove();
     const auto helper = Bundles::current().main();
-    if (!helper)
-        return helper.failure();
-    const auto alias = RQAlias::aliasWithPath(helper->path());
-    (*items)->push_back({helper->path(), alias ? alias->aliasData().value_or(Bytes()) : Bytes(), false, {}});
-    return LoginWindow::current().storeItems(**items);
+    return helper ? HelperLoginItem::add(helper->path()) : Result<void>(helper.failure());
 }
 
 static ExitCode setLoginItem(const Invocation &invocation, bool isWanted)
