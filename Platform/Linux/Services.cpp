@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/LinuxAliasManager.h"
 #include "Platform/Linux/LinuxBundles.h"
+#include "Platform/Linux/LinuxFileLeases.h"
 #include "Platform/Linux/LinuxFileSystem.h"
 #include "Platform/Linux/LinuxLoginWindow.h"
 #include "Platform/Linux/LinuxProcesses.h"
@@ -23,6 +24,7 @@ void installEngineServices()
 {
     installWhereMissing<Bundles, LinuxBundles>();
     installWhereMissing<AliasManager, LinuxAliasManager>();
+    installWhereMissing<FileLeases, LinuxFileLeases>();
     installWhereMissing<FileSystem, LinuxFileSystem>();
     installWhereMissing<LoginWindow, LinuxLoginWindow>();
     installWhereMissing<Processes, LinuxProcesses>();
