@@ -76,14 +76,17 @@ public:
     virtual Result<FileStatus> status(const Path &path, Links links = Links::NotFollow) const = 0;
 
     /// The length a program that reads the file through the platform would see. Of a compressed file that is the size
-    /// in its `com.apple.decmpfs`, at most 65536 bytes for each block of its fork; of any other the data fork's.
+    /// in its `com.apple.decmpfs`, at most 65536 bytes for each block of its fork; of any other, and of one that its
+    /// volume compresses by itself, the data fork's.
     virtual Result<ByteCount> logicalSize(const Path &path) const = 0;
 
     /// What the file takes on the medium: data fork, companion and attributes.
     virtual Result<ByteCount> occupiedSize(const Path &path) const = 0;
 
     /// BSD `st_flags`; a final link is not followed. 32 is `UF_COMPRESSED`. Those of a file with content are not looked
-    /// at: they are 0. Errors: Corrupt when what was written there is no number.
+    /// at: it has `UF_COMPRESSED` where its volume compresses it by itself, whatever was set, and no other. Errors:
+    /// Corrupt when what was written there is no number or the companion cannot be read, Permission when the file must
+    /// be read for it and may not be.
     virtual Result<std::uint32_t> flags(const Path &path) const = 0;
     virtual Result<void> setFlags(const Path &path, std::uint32_t flags) = 0;
 

@@ -75,6 +75,8 @@ Result<CompressedFileInspection> CompressedFileInspection::inspect(const Path &p
     const std::string troubleOfFork = troubleInFork(path, found, eachBlock);
     if (!found.isCompressed())
         found.trouble = "the file is not stored compressed";
+    else if (found.isCompressedByVolume())
+        found.trouble = "it is the volume that compresses the file";
     else if (!found.header)
         found.trouble = "the compression header is missing or damaged";
     else if (found.header->compressionType != kResourceForkCompression)

@@ -18,6 +18,9 @@ struct CompressedFileInspection
 
     bool isCompressed() const { return flags & kCompressedFlag; }
 
+    /// Whether that is its volume's own doing, beneath the file: there is no fork then, and nothing to be expanded.
+    bool isCompressedByVolume() const { return isCompressed() && dataSize > 0; }
+
     /// Whether the whole content can be had from the fork: every block was inflated.
     bool isSound() const { return trouble.empty(); }
 

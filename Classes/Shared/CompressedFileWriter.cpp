@@ -33,7 +33,7 @@ static Result<void> checkSource(const Path &file, const FileStatus &status)
     const Result<std::uint32_t> flags = files.flags(file);
     if (!flags)
         return flags.failure();
-    if (*flags & kCompressedFlag)
+    if (status.size == 0 && (*flags & kCompressedFlag)) // one with content is at most compressed by its volume
         return refused(file, "the file is compressed already");
     const Result<std::unique_ptr<ReadableFork>> fork = files.openResourceFork(file);
     if (fork)

@@ -56,7 +56,8 @@ Result<std::uint64_t> FolderSurvey::countEntries(std::stop_token stop) const
 
 void FolderSurvey::examine(const Path &path, const FileStatus &status)
 {
-    if (status.type != FileType::Regular || m_counted.contains(status.identity))
+    // What a volume compresses by itself has content, and is not ours to count.
+    if (status.type != FileType::Regular || status.size > 0 || m_counted.contains(status.identity))
         return;
     const Result<std::uint32_t> flags = FileSystem::current().flags(path);
     if (!flags || !(*flags & kCompressedFlag))

@@ -123,6 +123,12 @@ void FakeFileSystem::setOwner(const Path &path, std::uint32_t owner)
     m_nodes.at(path)->status.owner = owner;
 }
 
+void FakeFileSystem::setOnCompressingVolume(const Path &path)
+{
+    const std::lock_guard lock(m_mutex);
+    m_nodes.at(path)->isOnCompressingVolume = true;
+}
+
 void FakeFileSystem::setUnreadable(const Path &path)
 {
     const std::lock_guard lock(m_mutex);

@@ -25,6 +25,8 @@ public:
     void addVolume(const Path &path);
     void setResourceFork(const Path &path, ByteView content);
     void setOwner(const Path &path, std::uint32_t owner);
+    /// The file's volume compresses its content by itself.
+    void setOnCompressingVolume(const Path &path);
     /// The content of the file or folder cannot be read from now on.
     void setUnreadable(const Path &path);
 

@@ -9,7 +9,7 @@ std::uint32_t FakeFileSystem::Node::visibleFlags() const
 {
     const bool isCompressible = status.type == FileType::Regular;
     if (isCompressible && !content.empty())
-        return 0;
+        return isOnCompressingVolume ? kCompressedFlag : 0;
     return isCompressible ? flags : flags & ~kCompressedFlag;
 }
 
@@ -40,7 +40,7 @@ Result<ByteCount> FakeFileSystem::logicalSize(const Path &path) const
     const Result<NodePointer> node = reach(path, Links::NotFollow);
     if (!node)
         return node.failure();
-    if (!((*node)->visibleFlags() & kCompressedFlag))
+    if (!(*node)->content.empty() || !((*node)->visibleFlags() & kCompressedFlag))
         return ByteCount((*node)->content.size());
     const auto value = (*node)->attributes.find(kDecmpfsAttribute);
     if (value == (*node)->attributes.end())

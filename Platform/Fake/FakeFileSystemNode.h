@@ -12,6 +12,7 @@ struct FakeFileSystem::Node
     std::optional<Bytes> fork;
     std::uint32_t flags = 0;
     bool isUnreadable = false;
+    bool isOnCompressingVolume = false;
 
     std::uint32_t visibleFlags() const;
 };

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
@@ -25,8 +26,6 @@ struct FileSystemUuid
 static constexpr unsigned long kGetFileSystemUuid = _IOR(0x15, 0, FileSystemUuid);
 static constexpr int kHandleForIdentityOnly = 0x200; // AT_HANDLE_FID
 static constexpr unsigned kLongestHandle = 128;
-
-static constexpr decltype(statfs::f_type) kBtrfs = 0x9123683E;
 
 /// Whether a file keeps its inode number while nobody uses it. FAT and FUSE make numbers up as they go.
 static bool hasPersistentIds(const Mount *mount)
@@ -122,7 +121,7 @@ Result<AliasTarget> AliasTarget::examine(const Descriptor &file, const MountTabl
     const Mount *const mount = mounts.withId(target.mountId);
     target.identity.hasPersistentIds = hasPersistentIds(mount);
     // On btrfs only the file-system id tells subvolumes, which have inode numbers of their own, apart.
-    if (volume.f_type != kBtrfs)
+    if (std::uint32_t(volume.f_type) != BTRFS_SUPER_MAGIC)
         target.identity.volumeUuid = fileSystemUuid(target.openOnVolume(mounts));
     std::memcpy(&target.identity.fileSystemId, &volume.f_fsid, sizeof target.identity.fileSystemId);
     if (target.identity.fileSystemId == 0 && mount)

@@ -1,6 +1,9 @@
 #include "Platform/Linux/ExtendedAttributes.h"
 
+#include "Platform/Linux/Descriptor.h"
+
 #include <cstdint>
+#include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/vfs.h>
 #include <sys/xattr.h>
@@ -9,8 +12,10 @@
 static std::string prefixOn(const Path &path)
 {
     constexpr std::uint32_t kHfsPlusMagic = 0x482B;
+    // Of a link its own volume, not its target's, which may be on a machine that does not answer.
+    const Descriptor file(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct statfs volume = {};
-    const bool isKnown = ::statfs(path.c_str(), &volume) == 0;
+    const bool isKnown = file && ::fstatfs(file.get(), &volume) == 0;
     return isKnown && std::uint32_t(volume.f_type) == kHfsPlusMagic ? "osx." : "user.";
 }
 

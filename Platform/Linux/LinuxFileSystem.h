@@ -36,5 +36,5 @@ public:
                       std::stop_token stop) const override;
 
 private:
-    bool cameCompressed(const Path &path) const;
+    Result<bool> cameCompressed(const Path &path) const;
 };

@@ -6,6 +6,7 @@
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/FlagNumber.h"
 #include "Platform/Linux/LinuxFileSystem.h"
+#include "Platform/Linux/VolumeCompression.h"
 
 static Result<struct stat> statusOf(const Path &path)
 {
@@ -51,31 +52,52 @@ Result<std::unique_ptr<ReadableFork>> LinuxFileSystem::openResourceFork(const Pa
     return none;
 }
 
+/// A program that wrote into the file made it an ordinary one, and a whole walk need not read attributes: only how the
+/// volume keeps the content counts.
+static Result<std::uint32_t> flagsOfContent(const Path &path, const struct stat &status)
+{
+    const Result<bool> isCompressed = VolumeCompression::isUsedFor(path, status);
+    if (!isCompressed)
+        return isCompressed.failure();
+    return *isCompressed ? kCompressedFlag : 0u;
+}
+
 Result<std::uint32_t> LinuxFileSystem::flags(const Path &path) const
 {
     const Result<struct stat> status = statusOf(path);
     if (!status)
         return status.failure();
-    // A program that wrote into the file made it an ordinary one, and a whole walk need not read attributes.
     const bool isRegular = S_ISREG(status->st_mode);
-    if (S_ISLNK(status->st_mode) || (isRegular && status->st_size > 0))
+    if (S_ISLNK(status->st_mode))
         return 0u;
+    if (isRegular && status->st_size > 0)
+        return flagsOfContent(path, *status);
     const Result<std::optional<std::uint32_t>> number = FlagNumber::read(path);
     if (!number)
         return number.failure();
     if (*number)
         return isRegular ? **number : **number & ~kCompressedFlag;
-    return isRegular && cameCompressed(path) ? kCompressedFlag : 0u;
+    if (!isRegular)
+        return 0u;
+    const Result<bool> isCompressed = cameCompressed(path);
+    if (!isCompressed)
+        return isCompressed.failure();
+    return *isCompressed ? kCompressedFlag : 0u;
 }
 
 /// Whether an empty file without flags was compressed on a Mac and copied here with its companion.
-bool LinuxFileSystem::cameCompressed(const Path &path) const
+Result<bool> LinuxFileSystem::cameCompressed(const Path &path) const
 {
     const Result<Bytes> value = attribute(path, kDecmpfsAttribute, Links::NotFollow);
-    if (!value)
+    if (!value && value.failure().code != ErrorCode::NotFound)
+        return value.failure();
+    const std::optional<HFSPlusDecmpfs> header = value ? readDecmpfs(*value) : std::nullopt;
+    if (!header || header->compressionType != kResourceForkCompression)
         return false;
-    const std::optional<HFSPlusDecmpfs> header = readDecmpfs(*value);
-    return header && header->compressionType == kResourceForkCompression && openResourceFork(path);
+    const Result<std::unique_ptr<ReadableFork>> fork = openResourceFork(path);
+    if (!fork && fork.failure().code != ErrorCode::NotFound)
+        return fork.failure();
+    return bool(fork);
 }
 
 Result<void> LinuxFileSystem::setFlags(const Path &path, std::uint32_t flags)
@@ -88,11 +110,13 @@ Result<ByteCount> LinuxFileSystem::logicalSize(const Path &path) const
     const Result<struct stat> status = statusOf(path);
     if (!status)
         return status.failure();
+    if (status->st_size > 0) // whatever its volume makes of it
+        return ByteCount(status->st_size);
     const Result<std::uint32_t> flags = this->flags(path);
     if (!flags)
         return flags.failure();
     if (!(*flags & kCompressedFlag))
-        return ByteCount(status->st_size);
+        return ByteCount{0};
     const Result<Bytes> value = attribute(path, kDecmpfsAttribute, Links::NotFollow);
     if (!value)
         return value.failure();
@@ -103,6 +127,8 @@ Result<ByteCount> LinuxFileSystem::logicalSize(const Path &path) const
     if (!fork && fork.failure().code != ErrorCode::NotFound)
         return fork.failure();
     const Result<CompressedFork> heads = fork ? readCompressedFork(**fork) : fork.failure();
+    if (!heads && heads.failure().code != ErrorCode::NotFound && heads.failure().code != ErrorCode::Corrupt)
+        return heads.failure();
     return boundedLogicalSize(*header, heads ? heads->blockHead.numBlocks : 0);
 }
 

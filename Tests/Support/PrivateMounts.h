@@ -16,6 +16,10 @@ public:
     /// Mounts an empty volume in memory. False where the machine does not allow it.
     bool mountMemory(const std::filesystem::path &point);
 
+    /// Mounts a new btrfs volume that compresses what is written to it; its image lies beside the mount point. False
+    /// where the machine does not allow it, or has no `mkfs.btrfs`.
+    bool mountCompressing(const std::filesystem::path &point);
+
     /// Shows a folder at another place too.
     bool bind(const std::filesystem::path &folder, const std::filesystem::path &point);
     bool move(const std::filesystem::path &from, const std::filesystem::path &to);

@@ -32,6 +32,8 @@ ExitCode inspectFile(Invocation &invocation)
     record.add("path", path.native());
     record.add("flags", inspection->flags);
     record.add("compressed", inspection->isCompressed());
+    if (inspection->isCompressedByVolume())
+        record.add("compressedByVolume", true);
     if (inspection->header) {
         record.add("compressionType", inspection->header->compressionType);
         record.add("uncompressedSize", inspection->header->uncompressedSize);
@@ -43,7 +45,8 @@ ExitCode inspectFile(Invocation &invocation)
     record.add("resourceForkSize", inspection->forkSize);
     if (inspection->fork)
         addFork(record, *inspection->fork, std::move(blocks));
-    const bool isDamaged = inspection->isCompressed() && !inspection->isSound();
+    const bool hasFork = inspection->isCompressed() && !inspection->isCompressedByVolume();
+    const bool isDamaged = hasFork && !inspection->isSound();
     if (isDamaged)
         record.add("trouble", inspection->trouble);
     invocation.print(record);

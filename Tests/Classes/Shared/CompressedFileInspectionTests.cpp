@@ -68,6 +68,19 @@ TEST_F(CompressedFileInspectionTest, ordinaryFile_isToldApart)
     EXPECT_THAT(found.trouble, HasSubstr("not stored compressed"));
 }
 
+TEST_F(CompressedFileInspectionTest, fileThatItsVolumeCompresses_isToldApart)
+{
+    m_files.addFile("/plain", CompressedSample::text(1000));
+    m_files.setOnCompressingVolume("/plain");
+    const auto found = CompressedFileInspection::inspect("/plain");
+    ASSERT_TRUE(found);
+    EXPECT_TRUE(found->isCompressed());
+    EXPECT_TRUE(found->isCompressedByVolume());
+    EXPECT_THAT(found->trouble, HasSubstr("the volume"));
+    EXPECT_EQ(found->logicalSize, 1000u);
+    EXPECT_FALSE(inspect().isCompressedByVolume()) << "one with a fork";
+}
+
 TEST_F(CompressedFileInspectionTest, header_damagedOrOfAnotherType_isTrouble)
 {
     set(CompressedSample::decmpfs(kSize, 3));

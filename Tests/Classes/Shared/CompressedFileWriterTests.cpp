@@ -119,6 +119,18 @@ TEST_F(CompressedFileWriterTest, fileWithForkOrCompressedOrEmpty_isRefused)
     expectRefused(make("empty", {}), ErrorCode::NotSupported, "empty");
 }
 
+TEST_F(CompressedFileWriterTest, fileThatItsVolumeCompresses_isWrittenAsAnyOther)
+{
+    FakeFileSystem files;
+    const Override<FileSystem> installed(files);
+    files.addFile("/from/file", CompressedSample::text(100000));
+    files.setOnCompressingVolume("/from/file");
+    files.addFolder("/to");
+    const auto copy = CompressedFileWriter("/to").write("/from/file");
+    ASSERT_TRUE(copy) << copy.failure().context;
+    EXPECT_EQ(copy->logicalSize, 100000u);
+}
+
 TEST_F(CompressedFileWriterTest, nameWithoutRoomForTheCompanion_isRefused)
 {
     expectRefused(make(std::string(254, 'n'), CompressedSample::text(100000)), ErrorCode::TooLarge, "253");

@@ -66,6 +66,18 @@ TEST_F(FolderSurveyTest, compressedFiles_areAddedUpAndOthersAreNot)
     EXPECT_EQ(m_progress.back().savings, result.savings);
 }
 
+TEST_F(FolderSurveyTest, fileThatItsVolumeCompresses_isNeitherCountedNorDamaged)
+{
+    FakeFileSystem files;
+    const Override<FileSystem> installed(files);
+    files.addFile("/surveyed/file", CompressedSample::text(100000));
+    files.setOnCompressingVolume("/surveyed/file");
+    const SurveyResult result = survey("/surveyed");
+    EXPECT_EQ(result.compressedFiles, 0u);
+    EXPECT_EQ(result.damagedFiles, 0u);
+    EXPECT_EQ(result.savings, 0u);
+}
+
 TEST_F(FolderSurveyTest, fileThatOccupiesMore_countsAsNoSavings)
 {
     CompressedSample::make(m_folder / "tiny", CompressedSample::text(100));

@@ -105,6 +105,18 @@ TEST_F(LinuxFileSystemTest, flags_withoutNumber_needTypeFourForkAndAnEmptyFile)
     EXPECT_EQ(flags(), 0u) << "a directory";
 }
 
+TEST_F(LinuxFileSystemTest, flags_withoutNumberBesideADamagedCompanion_cannotBeSaid)
+{
+    makeEmpty();
+    const Bytes damaged = bytesOf("this is no companion at all, but long enough");
+    write(m_companion, damaged);
+    EXPECT_EQ(m_files.flags(m_file).failure().code, ErrorCode::Corrupt) << "the header may have been in it";
+    setRaw(m_file, "user.com.apple.decmpfs", stringOf(CompressedSample::decmpfs(100)));
+    EXPECT_EQ(m_files.flags(m_file).failure().code, ErrorCode::Corrupt) << "and the fork";
+    ASSERT_TRUE(m_files.setFlags(m_file, kCompressedFlag));
+    EXPECT_EQ(flags(), kCompressedFlag);
+}
+
 TEST_F(LinuxFileSystemTest, fork_isTakenFromTheCompanionBeforeTheAttribute)
 {
     makeEmpty();
