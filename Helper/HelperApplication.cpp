@@ -76,7 +76,7 @@ void HelperApplication::observe()
 {
     using Action = std::function<void(const Notification &)>;
     const std::pair<const char *, Action> actions[] = {
-        {"pellixHelperShouldQuit", [this](const auto &) { Q_EMIT quitRequested(); }},
+        {"pellixHelperShouldQuit", [this](const auto &) { quit(); }},
         {"pellixHelperShouldKeepAlive", [](const auto &) { logLine("Asked to keep running"); }},
         {"com.dovrane.pellix.active", [this](const auto &) { readSettings(); }},
         {"pellixHelperShouldCheckForUpdates", [this](const auto &) { m_updateCheck.check(); }},
@@ -131,6 +131,13 @@ void HelperApplication::changeFolders(const Notification &notification)
     // A folder that is added again is looked at again.
     if (m_isActive && (!added.empty() || hasRemoved))
         survey();
+}
+
+void HelperApplication::quit()
+{
+    // One that starts while this one ends is not to be told that a helper runs.
+    ApplicationName::current().setActivationHandler(nullptr);
+    Q_EMIT quitRequested();
 }
 
 void HelperApplication::compareVersion(const Notification &notification)

@@ -54,6 +54,7 @@ Q_SIGNALS:
 
 private:
     void observe();
+    void quit();
     void changeFolders(const Notification &notification);
     void compareVersion(const Notification &notification);
     void survey();

@@ -141,6 +141,9 @@ TEST_F(HelperLife, startWhileTheFirstEnds_theSecondTakesOver)
     HelperProcess first;
     ASSERT_TRUE(first.waitUntilFound());
     post("pellixHelperShouldQuit");
+    bool isFlushed = false; // or the second may be on the bus before what was posted
+    center().flush([&](bool) { isFlushed = true; });
+    ASSERT_TRUE(waitFor([&] { return isFlushed; }));
     HelperProcess second;
     EXPECT_EQ(first.waitForEnd(), 0);
     EXPECT_TRUE(second.waitUntilFound());

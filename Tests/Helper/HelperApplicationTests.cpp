@@ -312,6 +312,22 @@ TEST_F(HelperApplicationTest, quit_inTheMiddleOfASurvey_isAskedForAndStopsWithin
     EXPECT_TRUE(helper->stop());
 }
 
+TEST_F(HelperApplicationTest, quitNotification_anotherStartsMeanwhile_isNotToldThatAHelperRuns)
+{
+    start();
+    FakeApplicationName other{registry};
+    std::vector<bool> answers;
+    const auto ask = [&] {
+        other.activateOwner(HelperApplication::kIdentifier, {},
+                            [&](bool isAnswered) { answers.push_back(isAnswered); });
+        settle();
+    };
+    ask();
+    receive("pellixHelperShouldQuit");
+    ask();
+    EXPECT_THAT(answers, ElementsAre(true, false));
+}
+
 TEST_F(HelperApplicationTest, update_newerBundle_isAnnouncedOnceAndWorkEnds)
 {
     start();
