@@ -1,17 +1,19 @@
 #include "Classes/PrefPane/HistorySeed.h"
 
 #include "Platform/FileSystem.h"
+#include "Platform/ThisProcess.h"
 
 #include <QDateTime>
-#include <QLockFile>
-#include <QThread>
 
 #include <array>
+#include <chrono>
+#include <memory>
+#include <thread>
 
 namespace {
 
-constexpr int kLockTimeoutMs = 2000;
-constexpr int kLockPauseMs = 5;
+constexpr std::chrono::milliseconds kLongestWait{2000};
+constexpr std::chrono::milliseconds kPause{5};
 constexpr ByteCount kSeedLimit = 16 * 1024 * 1024;
 
 /// The files that belong to an SQLite file, by what their names have more than its.
@@ -98,32 +100,18 @@ Result<void> plant(const Path &store, const Path &seed)
     return created;
 }
 
-/// Two that come first at the same time must not take each other's fresh journal for a stray one.
-Result<void> lockBeside(const Path &store, QLockFile &lock)
+/// Two that come first at the same time must not take each other's fresh journal for a stray one. The lock file stays
+/// when the lock is let go: to remove it would take it from under whoever has it open already.
+Result<std::unique_ptr<FileLock>> lockBeside(const Path &store)
 {
-    // Never stale by age: only by the end of the process that made it.
-    lock.setStaleLockTime(0);
-    // Its own waiting doubles each time and so may miss every turn.
-    for (int waitedMs = 0; waitedMs < kLockTimeoutMs; waitedMs += kLockPauseMs) {
-        if (lock.tryLock(0))
-            return {};
-        if (lock.error() != QLockFile::LockFailedError)
-            break;
-        QThread::msleep(kLockPauseMs);
+    const Path file = withSuffix(store, ".lock");
+    const auto end = std::chrono::steady_clock::now() + kLongestWait;
+    for (;;) {
+        Result<std::unique_ptr<FileLock>> lock = ThisProcess::current().lockFile(file);
+        if (lock || lock.failure().code != ErrorCode::Busy || std::chrono::steady_clock::now() >= end)
+            return lock;
+        std::this_thread::sleep_for(kPause);
     }
-    switch (lock.error()) {
-    case QLockFile::LockFailedError:
-        return Failure{ErrorCode::Busy, 0, "another process is making " + store.native()};
-    case QLockFile::PermissionError:
-        return Failure{ErrorCode::Permission, 0, "no lock file can be made beside " + store.native()};
-    default:
-        return Failure{ErrorCode::Io, 0, "no lock file can be made beside " + store.native()};
-    }
-}
-
-QString lockName(const Path &store)
-{
-    return QString::fromStdString(store.native() + ".lock");
 }
 
 } // namespace
@@ -137,9 +125,9 @@ Result<void> makeStore(const Path &store, const Path &seed)
         return isThere.failure();
     if (*isThere)
         return {};
-    QLockFile lock(lockName(store));
-    if (const Result<void> locked = lockBeside(store, lock); !locked)
-        return locked;
+    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store);
+    if (!lock)
+        return lock.failure();
     isThere = isAnythingAt(store);
     if (!isThere)
         return isThere.failure();
@@ -148,9 +136,9 @@ Result<void> makeStore(const Path &store, const Path &seed)
 
 Result<Path> replaceStore(const Path &store, const Path &seed)
 {
-    QLockFile lock(lockName(store));
-    if (const Result<void> locked = lockBeside(store, lock); !locked)
-        return locked.failure();
+    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store);
+    if (!lock)
+        return lock.failure();
     const Result<Path> aside = nameForSettingAside(store);
     if (!aside)
         return aside.failure();

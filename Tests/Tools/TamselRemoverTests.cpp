@@ -16,7 +16,8 @@ protected:
     TamselRemoverTest()
     {
         writeFile(m_precious / "file", "precious");
-        for (const char *const name : {"defaults.plist", "history.db", "excludedPaths.plist", "helper.lock"})
+        for (const char *const name :
+             {"defaults.plist", "history.db", "excludedPaths.plist", "helper.lock", "history.db.lock"})
             writeFile(m_support / name, name);
     }
 
@@ -73,6 +74,7 @@ TEST_F(TamselRemoverTest, usersOwnPane_isRemovedWithItsLoginItemsAndRuntimeFiles
     EXPECT_TRUE(fs::exists(m_panes));
     EXPECT_EQ(loginItems(), 1u);
     EXPECT_FALSE(fs::exists(m_support / "helper.lock"));
+    EXPECT_FALSE(fs::exists(m_support / "history.db.lock"));
     expectUsersFilesUntouched();
 }
 

@@ -53,20 +53,27 @@ static bool removeLoginItem()
     return bool(removed);
 }
 
-/// What only a running helper needs. Settings, history and lists are the user's and stay.
+static bool removeIfThere(const Path &file)
+{
+    const Result<FileStatus> status = FileSystem::current().status(file, Links::NotFollow);
+    if (!status || status->type != FileType::Regular)
+        return true;
+    const Result<void> removed = FileSystem::current().removeFile(file);
+    if (!removed)
+        say(removed.failure().context);
+    return bool(removed);
+}
+
+/// The locks, which only a running program needs. Settings, history and lists are the user's and stay.
 static bool removeRuntimeFiles()
 {
     const Result<Path> support = UserFolders::current().applicationSupport();
-    bool done = bool(support);
-    for (const char *const name : {"Pellix", "Pellixer", "Tamsel"}) {
-        const Path file = support.valueOr({}) / name / "helper.lock";
-        const Result<FileStatus> status = FileSystem::current().status(file, Links::NotFollow);
-        if (!support || !status || status->type != FileType::Regular)
-            continue;
-        if (const Result<void> removed = FileSystem::current().removeFile(file); !removed) {
-            say(removed.failure().context);
-            done = false;
-        }
+    if (!support)
+        return false;
+    bool done = true;
+    for (const char *const folder : {"Pellix", "Pellixer", "Tamsel"}) {
+        for (const char *const lock : {"helper.lock", "history.db.lock"})
+            done = removeIfThere(*support / folder / lock) && done;
     }
     return done;
 }

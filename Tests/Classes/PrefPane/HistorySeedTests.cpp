@@ -1,17 +1,17 @@
 #include "Classes/PrefPane/HistorySeed.h"
 
 #include "Platform/Fake/FakeFileSystem.h"
+#include "Platform/ThisProcess.h"
 #include "Tests/Support/FileContent.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
-
-#include <QLockFile>
 
 #include <thread>
 
 #include <gmock/gmock.h>
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
 namespace {
@@ -39,7 +39,7 @@ TEST_F(HistorySeedTest, makeStore_none_copiesTheSeedForTheUserAlone)
 
     EXPECT_EQ(contentOf(m_store), contentOf(m_seed));
     EXPECT_EQ(fs::status(m_store).permissions(), fs::perms(0600));
-    EXPECT_THAT(names(), SizeIs(1)) << "no lock is left behind";
+    EXPECT_THAT(names(), ElementsAre("history.db", "history.db.lock"));
 }
 
 TEST_F(HistorySeedTest, makeStore_thereIsOne_leavesItAndItsJournal)
@@ -61,7 +61,7 @@ TEST_F(HistorySeedTest, makeStore_strayCompanions_areSetAsideFirst)
     ASSERT_TRUE(HistorySeed::makeStore(m_store, m_seed));
 
     const std::vector<std::string> after = names();
-    ASSERT_THAT(after, SizeIs(4));
+    ASSERT_THAT(after, SizeIs(5));
     EXPECT_EQ(contentOf(m_folder / after[0]), "-journal");
     EXPECT_EQ(contentOf(m_folder / after[1]), "-shm");
     EXPECT_EQ(contentOf(m_folder / after[2]), "-wal");
@@ -76,7 +76,7 @@ TEST_F(HistorySeedTest, makeStore_noSeed_isNotFoundAndMovesNothing)
 
     ASSERT_FALSE(made);
     EXPECT_EQ(made.failure().code, ErrorCode::NotFound);
-    EXPECT_THAT(names(), ::testing::ElementsAre("history.db-wal"));
+    EXPECT_THAT(names(), ElementsAre("history.db-wal", "history.db.lock"));
 }
 
 TEST_F(HistorySeedTest, makeStore_linkInItsPlace_isNotFollowed)
@@ -101,20 +101,41 @@ TEST_F(HistorySeedTest, makeStore_manyAtOnce_allFindOneWholeStore)
 
     EXPECT_EQ(done, 8);
     EXPECT_EQ(contentOf(m_store), contentOf(m_seed));
-    EXPECT_THAT(names(), SizeIs(2)) << "the stray one and the store";
+    EXPECT_THAT(names(), SizeIs(3)) << "the stray one, the store and its lock";
 }
 
 TEST_F(HistorySeedTest, makeStore_otherProcessIsMakingIt_isBusyAndMovesNothing)
 {
     writeFile(m_folder / "history.db-wal", "fresh");
-    QLockFile lock(QString::fromStdString(m_store.native() + ".lock"));
-    ASSERT_TRUE(lock.tryLock(0));
+    const auto lock = ThisProcess::current().lockFile(m_store.native() + ".lock");
+    ASSERT_TRUE(lock);
 
     const Result<void> made = HistorySeed::makeStore(m_store, m_seed);
 
     ASSERT_FALSE(made);
     EXPECT_EQ(made.failure().code, ErrorCode::Busy);
     EXPECT_TRUE(fs::exists(m_folder / "history.db-wal"));
+}
+
+TEST_F(HistorySeedTest, makeStore_homeThatIsNoUtf8_isLockedAsAnyOther)
+{
+    const Path store = PrivateHome::current().makeFolder("odd\xFF\xFE") / "history.db";
+    auto lock = ThisProcess::current().lockFile(store.native() + ".lock");
+    ASSERT_TRUE(lock);
+    EXPECT_EQ(HistorySeed::makeStore(store, m_seed).failure().code, ErrorCode::Busy);
+    lock->reset();
+    ASSERT_TRUE(HistorySeed::makeStore(store, m_seed));
+    EXPECT_EQ(contentOf(store), contentOf(m_seed));
+}
+
+TEST_F(HistorySeedTest, makeStore_linkInThePlaceOfTheLock_isNotFollowed)
+{
+    fs::create_symlink(m_folder / "elsewhere", m_store.native() + ".lock");
+
+    EXPECT_EQ(HistorySeed::makeStore(m_store, m_seed).failure().code, ErrorCode::NotSupported);
+
+    EXPECT_FALSE(fs::exists(m_folder / "elsewhere"));
+    EXPECT_FALSE(fs::exists(m_store));
 }
 
 TEST_F(HistorySeedTest, replaceStore_keepsTheDamagedOneOpenableUnderItsNewName)
@@ -128,7 +149,7 @@ TEST_F(HistorySeedTest, replaceStore_keepsTheDamagedOneOpenableUnderItsNewName)
     EXPECT_EQ(contentOf(m_store), contentOf(m_seed));
     for (const char *companion : {"", "-wal", "-shm", "-journal"})
         EXPECT_EQ(contentOf(aside->native() + companion), std::string("old") + companion);
-    EXPECT_THAT(names(), SizeIs(5));
+    EXPECT_THAT(names(), SizeIs(6)) << "those, the store and its lock";
 }
 
 /// The same over files in memory, whose calls fail one after the other. The lock lies in a real folder of the same
