@@ -41,6 +41,6 @@ public:
     virtual void runModalAlert(const std::string &message, const std::string &informativeText,
                                const std::string &button) = 0;
 
-    /// Shows an error to the user without waiting.
+    /// Shows an error to the user without waiting. An equal one that is shown, or waits for its turn, stands for it.
     virtual void presentError(const std::string &description, const std::string &reason) = 0;
 };

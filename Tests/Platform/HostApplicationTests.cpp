@@ -262,6 +262,47 @@ TEST(QtHostApplication, presentError_twice_showsOneAfterTheOther)
     EXPECT_EQ(second->text(), QStringLiteral("Second"));
 }
 
+TEST(QtHostApplication, presentError_equalToOneThatIsShownOrWaits_isNotShownTwice)
+{
+    QtHostApplication application;
+    QWidget window;
+    application.setMainWindow(&window);
+    window.show();
+    const auto click = [&] {
+        const auto *const alert = qobject_cast<QMessageBox *>(application.attachedSheet(&window));
+        const QString text = alert ? alert->text() + alert->informativeText() : QString();
+        if (alert)
+            alert->button(QMessageBox::Ok)->click();
+        return text.toStdString();
+    };
+    for (int time = 0; time < 3; ++time) {
+        application.presentError("Shown", "a");
+        application.presentError("Waiting", "a");
+        application.presentError("Shown", "b");
+    }
+    EXPECT_EQ(click(), "Showna");
+    application.presentError("Shown", "a");
+    EXPECT_EQ(click(), "Waitinga");
+    EXPECT_EQ(click(), "Shownb");
+    EXPECT_EQ(click(), "Showna") << "it had been read when it came again";
+    EXPECT_EQ(click(), "");
+}
+
+TEST(QtHostApplication, presentError_whoseWindowWasClosed_isShownTheNextTime)
+{
+    QtHostApplication application;
+    QWidget window;
+    application.setMainWindow(&window);
+    window.show();
+    application.presentError("Error", "");
+    window.close();
+    QCoreApplication::processEvents();
+    ASSERT_EQ(application.attachedSheet(&window), nullptr);
+    window.show();
+    application.presentError("Error", "");
+    EXPECT_NE(application.attachedSheet(&window), nullptr);
+}
+
 TEST(QtHostApplication, runModalAlert_waitsForItsButton)
 {
     QtHostApplication application;

@@ -70,10 +70,14 @@ void QtHostApplication::runModalAlert(const std::string &message, const std::str
 
 void QtHostApplication::presentError(const std::string &description, const std::string &reason)
 {
+    const std::pair<std::string, std::string> error(description, reason);
+    if (!m_presentedErrors.insert(error).second)
+        return;
     QPointer<QMessageBox> alert = makePlainMessageBox(QMessageBox::Critical, description, reason).release();
     alert->addButton(QMessageBox::Ok);
     QWidget *const key = keyWindow();
-    m_sheets.begin(alert, key ? key : mainWindow(), [alert](int) {
+    m_sheets.begin(alert, key ? key : mainWindow(), [this, alert, error](int) {
+        m_presentedErrors.erase(error);
         if (alert)
             alert->deleteLater();
     });

@@ -6,6 +6,10 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <set>
+#include <string>
+#include <utility>
+
 /// The application object of this process, whether it is our host or another's. Main thread.
 class QtHostApplication final : public HostApplication
 {
@@ -25,5 +29,6 @@ public:
 
 private:
     QPointer<QWidget> m_mainWindow;
+    std::set<std::pair<std::string, std::string>> m_presentedErrors; ///< description and reason, until they are read
     SheetQueue m_sheets;
 };
