@@ -19,7 +19,7 @@ void FoldersArrayController::setRules(const FoldersTableRules *rules)
         Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, kColumnCount - 1));
 }
 
-void FoldersArrayController::setContent(std::vector<HistoryEntry> content)
+void FoldersArrayController::setContent(const std::vector<HistoryEntry> &content)
 {
     std::vector<HistoryEntry> arranged;
     for (const std::size_t place : arrangement(content))
@@ -27,7 +27,6 @@ void FoldersArrayController::setContent(std::vector<HistoryEntry> content)
     const bool isSameCount = arranged.size() == m_arranged.size();
     if (!isSameCount)
         beginResetModel();
-    m_content = std::move(content);
     m_arranged = std::move(arranged);
     if (!isSameCount)
         endResetModel();
@@ -146,8 +145,6 @@ QVariant FoldersArrayController::data(const QModelIndex &index, int role) const
         return QString::fromStdString(entry.path);
     case StateRole:
         return cell(index).state;
-    case PathRole:
-        return QByteArray::fromStdString(entry.folder);
     default:
         return {};
     }

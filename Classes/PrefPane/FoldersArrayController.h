@@ -34,8 +34,7 @@ class FoldersArrayController final : public QAbstractTableModel
 public:
     enum Column { FolderColumn, PathColumn, StatusColumn, SavingsColumn, kColumnCount };
     enum Role {
-        StateRole = Qt::UserRole, ///< bool: the state of the cell
-        PathRole                  ///< QByteArray: the row's folder in the file system's bytes
+        StateRole = Qt::UserRole ///< bool: the state of the cell
     };
 
     explicit FoldersArrayController(QObject *parent = nullptr);
@@ -44,7 +43,7 @@ public:
     void setRules(const FoldersTableRules *rules);
 
     /// The entries to arrange. Rows that stay as many keep their selection, by their places.
-    void setContent(std::vector<HistoryEntry> content);
+    void setContent(const std::vector<HistoryEntry> &content);
 
     /// The entries in the order of the rows.
     const std::vector<HistoryEntry> &arrangedObjects() const { return m_arranged; }
@@ -82,7 +81,6 @@ private:
     QString spoken(const QModelIndex &index) const;
 
     const FoldersTableRules *m_rules = nullptr;
-    std::vector<HistoryEntry> m_content;
     std::vector<HistoryEntry> m_arranged;
     std::vector<PXSortDescriptor> m_sortDescriptors;
     QItemSelectionModel m_selection;

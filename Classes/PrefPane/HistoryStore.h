@@ -17,8 +17,6 @@ public:
     /// Permission, Corrupt (damaged, or of another model), Io.
     static Result<std::unique_ptr<HistoryStore>> open(const Path &file, const HistoryModel &model);
 
-    const HistoryModel &model() const { return m_model; }
-
     /// The records that fit `predicate`, all of them without one, in the order of their keys. Errors: as above, and
     /// Busy after a fifth of a second.
     Result<std::vector<HistoryRecord>> records(const HistoryPredicate *predicate);
