@@ -9,8 +9,8 @@
 #include <vector>
 
 /// Through which the pane reads the history. It keeps no values between two fetches, so nothing of what it answers can
-/// be older than the store. Errors are not collected: a failed fetch is one without records, and is logged. Main
-/// thread.
+/// be older than the store. Errors are not collected: a failed fetch is one without records, and is logged. A store
+/// that was found locked is not waited for again before `refresh`. Main thread.
 class HistoryContext final
 {
 public:
@@ -19,6 +19,12 @@ public:
         : m_store(store)
     {
     }
+
+    /// Executes the fetch, and so tries a store anew that was locked.
+    void refresh(const HistoryPredicate *predicate);
+
+    /// Whether the last fetch came upon a store that another process had locked.
+    bool isStoreLocked() const { return m_isStoreLocked; }
 
     /// The records that fit `predicate`, all of them without one, in the order of their keys.
     std::vector<HistoryRecord> executeFetchRequest(const HistoryPredicate *predicate = nullptr);
@@ -30,9 +36,11 @@ public:
     QUndoStack *undoManager() { return &m_undoManager; }
 
 private:
-    void note(const std::string &failure);
+    template <class T>
+    T answerOf(Result<T> result);
 
     HistoryStore &m_store;
     QUndoStack m_undoManager;
     std::string m_lastFailure;
+    bool m_isStoreLocked = false;
 };

@@ -2,9 +2,6 @@
 
 #include "Classes/PrefPane/HistoryQuery.h"
 
-// Readers run on the main thread.
-static constexpr int kBusyTimeoutMs = 200;
-
 Result<std::unique_ptr<HistoryStore>> HistoryStore::open(const Path &file, const HistoryModel &model)
 {
     std::unique_ptr<HistoryStore> store(new HistoryStore(file, model));
@@ -37,7 +34,7 @@ Result<void> HistoryStore::follow()
     if (m_connection && status->identity == m_identity)
         return {};
     Result<std::unique_ptr<SqliteConnection>> connection =
-        SqliteConnection::open(m_file, SqliteConnection::Mode::ReadOnly, kBusyTimeoutMs);
+        SqliteConnection::open(m_file, SqliteConnection::Mode::ReadOnly, int(kBusyTimeout.count()));
     if (!connection)
         return connection.failure();
     if (const Result<void> probed = HistoryQuery::probe(**connection, m_model); !probed)

@@ -5,6 +5,7 @@
 #include "Classes/PrefPane/SqliteConnection.h"
 #include "Platform/FileSystem.h"
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -13,12 +14,16 @@
 class HistoryStore final
 {
 public:
+    /// How long a locked store is waited for. Readers run on the main thread: opening one and reading it together stay
+    /// below a tenth of a second.
+    static constexpr std::chrono::milliseconds kBusyTimeout{40};
+
     /// Opens the store and tries it with a query. One that is only busy is opened all the same. Errors: NotFound,
     /// Permission, Corrupt (damaged, or of another model), Io.
     static Result<std::unique_ptr<HistoryStore>> open(const Path &file, const HistoryModel &model);
 
     /// The records that fit `predicate`, all of them without one, in the order of their keys. Errors: as above, and
-    /// Busy after a fifth of a second.
+    /// Busy after `kBusyTimeout`.
     Result<std::vector<HistoryRecord>> records(const HistoryPredicate *predicate);
 
     /// The sum of their savings, modulo 2^64. Errors: as above.

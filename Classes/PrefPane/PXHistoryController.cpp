@@ -9,11 +9,18 @@
 
 #include <QHeaderView>
 
+using namespace std::chrono_literals;
+
+static constexpr auto kLockedStoreRetry = 1s;
+
 void PXHistoryController::init()
 {
     m_foldersFilter = {HistoryModel::kEnabled, true};
     DistributedNotificationCenter::current().addObserver(
         "pellixSavingsChanged", [this](const Notification &notification) { savingsNeedRefreshing(notification); });
+    m_lockedStoreTimer.setSingleShot(true);
+    m_lockedStoreTimer.setInterval(kLockedStoreRetry);
+    connect(&m_lockedStoreTimer, &QTimer::timeout, this, [this] { savingsNeedRefreshing({}); });
     refreshTotalSavings();
     updatePreviousSavings();
     connect(this, &PXHistoryController::foldersChanged, this, &PXHistoryController::updatePreviousSavings);

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTableView>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -18,7 +19,8 @@
 #include <vector>
 
 /// The pane's read-only view of the history: the watched folders, what each has saved, and the sums. Reads the store
-/// again whenever the helper announces savings. One per process, made with the interface; main thread.
+/// again whenever the helper announces savings, and every second while another process has it locked. One per process,
+/// made with the interface; main thread.
 class PXHistoryController final : public QObject, public FoldersTableRules
 {
     Q_OBJECT
@@ -98,6 +100,7 @@ private:
     void reportCreationFailure(const Failure &failure);
     std::unique_ptr<HistoryStore> openStore(const HistoryModel &model);
     void connectTable();
+    void readLockedStoreLater();
     bool isOtherRow(int row) const;
 
     std::optional<HistoryModel> m_managedObjectModel;
@@ -106,6 +109,7 @@ private:
     bool m_isModelRead = false;
     bool m_isStoreTried = false;
     bool m_isTerminating = false;
+    QTimer m_lockedStoreTimer;
     QPointer<QTableView> m_foldersTableView;
     QPointer<FoldersArrayController> m_foldersArrayController;
     HistoryPredicate m_foldersFilter;

@@ -42,13 +42,25 @@ void PXHistoryController::updatePreviousSavings()
     Q_EMIT historyArrayChanged();
     if (m_foldersArrayController && static_cast<int>(m_historyArray.size()) == count)
         m_foldersArrayController->setSelectionIndexes(selection);
+    readLockedStoreLater();
 }
 
 void PXHistoryController::savingsNeedRefreshing(const Notification &)
 {
-    // The context holds no older values that would have to be given up first.
+    HistoryContext *context = managedObjectContext();
+    if (context)
+        context->refresh(managedObjectModel()->fetchRequestTemplate("historyForEnabledFolders"));
     refreshTotalSavings();
     updatePreviousSavings();
+}
+
+/// Until a locked store is free the pane shows it as empty; nobody may announce savings again by then.
+void PXHistoryController::readLockedStoreLater()
+{
+    if (m_managedObjectContext && m_managedObjectContext->isStoreLocked())
+        m_lockedStoreTimer.start();
+    else
+        m_lockedStoreTimer.stop();
 }
 
 std::optional<HistoryEntry> PXHistoryController::historyEntryFor(const HistoryRecord *record)

@@ -4,6 +4,9 @@
 #include "Classes/PrefPane/HistorySeed.h"
 #include "Tests/Classes/PrefPane/PaneWithHistory.h"
 #include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
+
+#include <QElapsedTimer>
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
@@ -245,6 +248,40 @@ TEST_F(HistoryStoreOfThePane, storeIsLocked_isOpenedAllTheSameAndReadLater)
     ASSERT_EQ(writer.run("unlock"), "open");
     announceSavings();
     EXPECT_EQ(controller()->totalSavings(), 7U);
+}
+
+TEST_F(HistoryStoreOfThePane, storeWasLocked_isReadWithoutAnAnnouncementOnceItIsFree)
+{
+    installBundle();
+    WriterProcess writer(store());
+    ASSERT_EQ(writer.run("add /a"), "1");
+    ASSERT_EQ(writer.run("progress 1 40 7"), "done");
+    ASSERT_EQ(writer.run("lock"), "locked");
+    EXPECT_EQ(controller()->totalSavings(), 0U) << "a failed fetch is one without records";
+    EXPECT_THAT(controller()->historyArray(), IsEmpty());
+
+    ASSERT_EQ(writer.run("unlock"), "open");
+    EXPECT_TRUE(waitFor([] { return controller()->totalSavings() == 7U; }));
+    EXPECT_THAT(controller()->historyArray(), SizeIs(1));
+}
+
+TEST_F(HistoryStoreOfThePane, storeIsLocked_isWaitedForOnceInARefresh)
+{
+    installBundle();
+    WriterProcess writer(store());
+    ASSERT_EQ(writer.run("lock"), "locked");
+    controller();
+    // The quickest of several, so that a busy machine does not count.
+    auto quickest = std::chrono::milliseconds::max();
+    for (int time = 0; time < 5; ++time) {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        announceSavings();
+        quickest = std::min(quickest, std::chrono::milliseconds(elapsed.elapsed()));
+    }
+    EXPECT_GE(quickest, HistoryStore::kBusyTimeout / 2) << "it was not locked at all";
+    EXPECT_LT(quickest, 2 * HistoryStore::kBusyTimeout);
+    EXPECT_LT(2 * HistoryStore::kBusyTimeout, std::chrono::milliseconds(100)) << "opening and reading";
 }
 
 } // namespace
