@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/FileLock.h"
+#include "Platform/OutputFile.h"
 #include "Platform/Result.h"
 #include "Platform/Service.h"
 #include "Platform/Types.h"
@@ -35,8 +37,9 @@ struct FileStatus
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
     std::uint64_t linkCount = 0;
-    std::int64_t modified = 0; ///< seconds since 1970
-    std::int64_t changed = 0;  ///< seconds since 1970, the status-change time
+    std::int64_t modified = 0;             ///< seconds since 1970
+    std::int64_t changed = 0;              ///< seconds since 1970, the status-change time
+    std::uint32_t modifiedNanoseconds = 0; ///< what `modified` leaves out, below 10^9
 };
 
 /// A fork, open for reading at any place.
@@ -58,6 +61,13 @@ struct NewForkedFile
     std::vector<std::pair<std::string, Bytes>> attributes;
     std::uint32_t flags = 0;
     FileStatus like; ///< mode and modification time are taken from it, and owner and group where that is allowed
+};
+
+/// A file that was just made, and open for reading and writing.
+struct UniqueFile
+{
+    Path path;
+    int descriptor = -1; ///< of the system; whoever asked for the file closes it
 };
 
 /// One entry that a walk met. Valid during the call only.
@@ -106,6 +116,33 @@ public:
 
     /// The resource fork. Errors: NotFound when the file has none, Corrupt when its companion cannot be read.
     virtual Result<std::unique_ptr<ReadableFork>> openResourceFork(const Path &path) const = 0;
+
+    /// Whether other names of the file would miss the fork if this name's file were replaced: it has several names, and
+    /// the fork, if one is found at all, is kept beside this name and not with the file.
+    virtual Result<bool> isForkShared(const Path &path) const = 0;
+
+    /// Removes what the file's fork was read from, and the attributes `names` (in whatever case), from the place beside
+    /// `path` where a replaced file has left them. What else is kept there stays. Errors: Busy when it is not what
+    /// `fork` was read from any more; it is untouched then.
+    virtual Result<void> discardFork(const Path &path, const ReadableFork &fork,
+                                     const std::vector<std::string> &names) = 0;
+
+    /// Opens a regular file for reading and locks it against every other process that asks the same; never waits. A
+    /// final link is not followed. Errors: Busy while another holds it; NotFound, NotSupported, Permission, Io.
+    virtual Result<std::unique_ptr<FileLock>> lockFile(const Path &path) const = 0;
+
+    /// Makes a scratch file: it will take the place of another or vanish. One that a process which is gone has left
+    /// under this name is removed first, if it is a regular file of this user with one name; anything else there is
+    /// left alone. `mode`: permission bits of the file as long as it is written. Errors: Busy while another process
+    /// holds it, Exists, Permission, NoSpace, TooLarge (the name), Io.
+    virtual Result<std::unique_ptr<OutputFile>> openScratchFile(const Path &path, std::uint32_t mode) = 0;
+
+    /// Makes a file that is not there yet, to be written in place. `mode` holds as far as the process's mask allows.
+    /// Errors: Exists, and those of `openScratchFile`.
+    virtual Result<std::unique_ptr<OutputFile>> openNewFile(const Path &path, std::uint32_t mode) = 0;
+
+    /// Makes an empty file (0600) whose name is that of `prefix` and six characters more.
+    virtual Result<UniqueFile> makeUniqueFile(const Path &prefix) = 0;
 
     /// The whole data fork of a regular file. Errors: NotFound, Permission, TooLarge (over `limit`), NotSupported (a
     /// directory, a pipe, a device), Io.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/FileLock.h"
 #include "Platform/Result.h"
 #include "Platform/Service.h"
 #include "Platform/Types.h"
@@ -7,13 +8,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-/// Holds a lock until it is destroyed or the process ends, however it ends.
-class FileLock
-{
-public:
-    virtual ~FileLock() = default;
-};
 
 /// What the running program asks for itself. Any thread.
 class ThisProcess : public Service<ThisProcess>

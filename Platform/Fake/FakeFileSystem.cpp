@@ -129,6 +129,24 @@ void FakeFileSystem::setOnCompressingVolume(const Path &path)
     m_nodes.at(path)->isOnCompressingVolume = true;
 }
 
+void FakeFileSystem::setMode(const Path &path, std::uint32_t mode)
+{
+    const std::lock_guard lock(m_mutex);
+    m_nodes.at(path)->status.mode = mode;
+}
+
+void FakeFileSystem::setModified(const Path &path, std::int64_t seconds)
+{
+    const std::lock_guard lock(m_mutex);
+    m_nodes.at(path)->status.modified = seconds;
+}
+
+void FakeFileSystem::setRenamesLast(bool doLast)
+{
+    const std::lock_guard lock(m_mutex);
+    m_doRenamesLast = doLast;
+}
+
 void FakeFileSystem::setUnreadable(const Path &path)
 {
     const std::lock_guard lock(m_mutex);

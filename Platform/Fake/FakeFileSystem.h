@@ -27,6 +27,10 @@ public:
     void setOwner(const Path &path, std::uint32_t owner);
     /// The file's volume compresses its content by itself.
     void setOnCompressingVolume(const Path &path);
+    void setMode(const Path &path, std::uint32_t mode);
+    void setModified(const Path &path, std::int64_t seconds);
+    /// Whether a rename that replaces is sure to outlast a power failure; at first it is.
+    void setRenamesLast(bool doLast);
     /// The content of the file or folder cannot be read from now on.
     void setUnreadable(const Path &path);
 
@@ -44,6 +48,13 @@ public:
     Result<void> setAttribute(const Path &path, const std::string &name, ByteView value, Links links) override;
     Result<void> removeAttribute(const Path &path, const std::string &name, Links links) override;
     Result<std::unique_ptr<ReadableFork>> openResourceFork(const Path &path) const override;
+    Result<bool> isForkShared(const Path &path) const override;
+    Result<void> discardFork(const Path &path, const ReadableFork &fork,
+                             const std::vector<std::string> &names) override;
+    Result<std::unique_ptr<FileLock>> lockFile(const Path &path) const override;
+    Result<std::unique_ptr<OutputFile>> openScratchFile(const Path &path, std::uint32_t mode) override;
+    Result<std::unique_ptr<OutputFile>> openNewFile(const Path &path, std::uint32_t mode) override;
+    Result<UniqueFile> makeUniqueFile(const Path &prefix) override;
     Result<Bytes> readFile(const Path &path, ByteCount limit) const override;
     Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode) override;
     Result<void> createFile(const Path &path, ByteView content, std::uint32_t mode) override;
@@ -59,18 +70,23 @@ public:
 
 private:
     struct Node;
+    class Lock;
+    class Output;
     using NodePointer = std::shared_ptr<Node>;
 
     NodePointer add(const Path &path, FileType type);
     NodePointer find(const Path &path, Links links) const;
     /// The node, or the failure that the schedule or its absence asks for.
     Result<NodePointer> reach(const Path &path, Links links) const;
+    Result<std::unique_ptr<OutputFile>> openOutput(const Path &path, std::uint32_t mode, bool isScratch);
     /// What keeps a new entry from being made at `path`.
     Result<void> checkPlace(const Path &path) const;
 
     mutable std::mutex m_mutex;
     mutable FailureSchedule m_schedule;
     std::map<Path, NodePointer> m_nodes;
+    mutable std::set<NodePointer> m_locked;
+    bool m_doRenamesLast = true;
     std::uint64_t m_lastInode = 0;
     std::uint64_t m_lastDevice = 1;
 };

@@ -9,6 +9,10 @@
 /// The file's BSD flag.
 inline constexpr std::uint32_t kCompressedFlag = 0x20;
 
+/// The BSD flags that the platform's file manager reports and sets: the owner's "immutable" and "append only".
+inline constexpr std::uint32_t kImmutableFlag = 0x2;
+inline constexpr std::uint32_t kAppendOnlyFlag = 0x4;
+
 /// Uncompressed bytes in each block; the last one may have fewer.
 inline constexpr ByteCount kCompressionBlockSize = 65536;
 

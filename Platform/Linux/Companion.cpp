@@ -1,6 +1,6 @@
 #include "Platform/Linux/Companion.h"
 
-#include "Platform/Linux/DescriptorFork.h"
+#include "Platform/Linux/CompanionFork.h"
 #include "Platform/Linux/ExtendedAttributes.h"
 #include "Platform/Linux/FileCalls.h"
 
@@ -75,5 +75,6 @@ std::unique_ptr<ReadableFork> Companion::resourceFork() const
 {
     if (!m_layout.resourceFork || m_layout.resourceFork->length == 0)
         return nullptr;
-    return std::make_unique<DescriptorFork>(m_file, m_layout.resourceFork->offset, m_layout.resourceFork->length);
+    const ByteRange &range = *m_layout.resourceFork;
+    return std::make_unique<CompanionFork>(DescriptorFork(m_file, range.offset, range.length), m_status);
 }

@@ -28,6 +28,11 @@ public:
     /// Takes the attribute out of it, and removes the companion when nothing is left in it. Errors: as above, NotFound.
     static Result<void> removeAttribute(const Path &file, const struct stat &fileStatus, const std::string &name);
 
+    /// Takes `fork`, if it was read from it, and the attributes `names` (in whatever case) out of it, and removes the
+    /// companion when nothing is left in it. Errors: as above, but no companion is no error.
+    static Result<void> discard(const Path &file, const struct stat &fileStatus, const ReadableFork &fork,
+                                const std::vector<std::string> &names);
+
     const AppleDoubleLayout &layout() const { return m_layout; }
 
     Result<Bytes> attribute(const std::string &name) const;
@@ -40,8 +45,11 @@ private:
 
     Result<Bytes> read(const ByteRange &range) const;
     Result<AppleDoubleContent> content() const;
-    Result<void> write(const AppleDoubleContent &content, const struct stat &fileStatus) const;
-    Result<void> checkUnchanged() const;
+    Result<void> write(const AppleDoubleContent &content, const ReadableFork *fork,
+                       const struct stat &fileStatus) const;
+    Result<void> writeOrRemove(AppleDoubleContent content, const ReadableFork *fork,
+                               const struct stat &fileStatus) const;
+    Result<void> checkUnchangedSince(const struct stat &status) const;
 
     Path m_path;
     std::shared_ptr<const Descriptor> m_file; ///< nullptr of one that is to be made

@@ -1,4 +1,5 @@
 #include "Platform/Linux/Companion.h"
+#include "Platform/Linux/CompanionFork.h"
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/NewFile.h"
 
@@ -42,14 +43,13 @@ Result<AppleDoubleContent> Companion::content() const
 }
 
 /// The companion that is rewritten must still be the one that was read.
-Result<void> Companion::checkUnchanged() const
+Result<void> Companion::checkUnchangedSince(const struct stat &status) const
 {
     struct stat now = {};
     if (::lstat(m_path.c_str(), &now) != 0)
         return Failure::fromErrno(errno, "lstat", m_path);
-    const bool isSame = now.st_dev == m_status.st_dev && now.st_ino == m_status.st_ino &&
-                        now.st_size == m_status.st_size && now.st_mtim.tv_sec == m_status.st_mtim.tv_sec &&
-                        now.st_mtim.tv_nsec == m_status.st_mtim.tv_nsec;
+    const bool isSame = now.st_dev == status.st_dev && now.st_ino == status.st_ino && now.st_size == status.st_size &&
+                        now.st_mtim.tv_sec == status.st_mtim.tv_sec && now.st_mtim.tv_nsec == status.st_mtim.tv_nsec;
     if (!isSame)
         return Failure{ErrorCode::Busy, EBUSY, m_path.native() + " was changed meanwhile"};
     return {};
@@ -85,9 +85,9 @@ static Result<void> giveAccess(const NewFile &file, const struct stat &like, con
     return {};
 }
 
-Result<void> Companion::write(const AppleDoubleContent &content, const struct stat &fileStatus) const
+Result<void> Companion::write(const AppleDoubleContent &content, const ReadableFork *fork,
+                              const struct stat &fileStatus) const
 {
-    const std::unique_ptr<ReadableFork> fork = m_file ? resourceFork() : nullptr;
     const Result<Bytes> head = appleDoubleHead(content, fork ? fork->size() : 0);
     if (!head)
         return head.failure();
@@ -104,7 +104,7 @@ Result<void> Companion::write(const AppleDoubleContent &content, const struct st
     }
     if (!m_file)
         return file->appear();
-    if (Result<void> unchanged = checkUnchanged(); !unchanged)
+    if (Result<void> unchanged = checkUnchangedSince(m_status); !unchanged)
         return unchanged;
     return file->replace();
 }
@@ -121,13 +121,35 @@ Result<void> Companion::setAttribute(const Path &file, const struct stat &fileSt
         return Failure{ErrorCode::Permission, EPERM, path.native() + " is in the companion's place"};
     if (!companion)
         return Companion(path, nullptr, {})
-            .write({std::nullopt, {{name, Bytes(value.begin(), value.end())}}, {}}, fileStatus);
+            .write({std::nullopt, {{name, Bytes(value.begin(), value.end())}}, {}}, nullptr, fileStatus);
     Result<AppleDoubleContent> content = companion->content();
     if (!content)
         return content.failure();
     std::erase_if(content->attributes, [&](const auto &each) { return each.name == name; });
     content->attributes.push_back({name, Bytes(value.begin(), value.end())});
-    return companion->write(*content, fileStatus);
+    return companion->write(*content, companion->resourceFork().get(), fileStatus);
+}
+
+/// Finder information of zeros says nothing.
+static bool hasFinderInformation(const AppleDoubleContent &content)
+{
+    return content.finderInformation &&
+           std::any_of(content.finderInformation->begin(), content.finderInformation->end(),
+                       [](auto byte) { return byte != 0; });
+}
+
+Result<void> Companion::writeOrRemove(AppleDoubleContent content, const ReadableFork *fork,
+                                      const struct stat &fileStatus) const
+{
+    if (!hasFinderInformation(content))
+        content.finderInformation.reset();
+    if (!content.isEmpty() || fork)
+        return write(content, fork, fileStatus);
+    if (Result<void> unchanged = checkUnchangedSince(m_status); !unchanged)
+        return unchanged;
+    if (::unlink(m_path.c_str()) != 0)
+        return Failure::fromErrno(errno, "unlink", m_path);
+    return {};
 }
 
 Result<void> Companion::removeAttribute(const Path &file, const struct stat &fileStatus, const std::string &name)
@@ -141,16 +163,42 @@ Result<void> Companion::removeAttribute(const Path &file, const struct stat &fil
     if (!content)
         return content.failure();
     std::erase_if(content->attributes, [&](const auto &each) { return each.name == name; });
-    const bool hasFinderInformation = content->finderInformation && std::any_of(content->finderInformation->begin(),
-                                                                                content->finderInformation->end(),
-                                                                                [](auto byte) { return byte != 0; });
-    if (!hasFinderInformation)
-        content->finderInformation.reset();
-    if (!content->isEmpty() || companion->resourceFork())
-        return companion->write(*content, fileStatus);
-    if (Result<void> unchanged = companion->checkUnchanged(); !unchanged)
-        return unchanged;
-    if (::unlink(companion->m_path.c_str()) != 0)
-        return Failure::fromErrno(errno, "unlink", companion->m_path);
-    return {};
+    return companion->writeOrRemove(std::move(*content), companion->resourceFork().get(), fileStatus);
+}
+
+static std::string lowercase(std::string name)
+{
+    for (char &letter : name) {
+        if (letter >= 'A' && letter <= 'Z')
+            letter = char(letter - 'A' + 'a');
+    }
+    return name;
+}
+
+Result<void> Companion::discard(const Path &file, const struct stat &fileStatus, const ReadableFork &fork,
+                                const std::vector<std::string> &names)
+{
+    const Result<Companion> companion = open(file, fileStatus);
+    if (!companion && companion.failure().code == ErrorCode::NotFound)
+        return {};
+    if (!companion)
+        return companion.failure();
+    const auto *read = dynamic_cast<const CompanionFork *>(&fork);
+    if (read) {
+        if (Result<void> unchanged = companion->checkUnchangedSince(read->companion()); !unchanged)
+            return unchanged;
+    }
+    const auto isUnwanted = [&](const auto &attribute) {
+        return std::any_of(names.begin(), names.end(),
+                           [&](const std::string &name) { return lowercase(name) == lowercase(attribute.name); });
+    };
+    const auto &attributes = companion->layout().attributes;
+    if (!read && std::none_of(attributes.begin(), attributes.end(), isUnwanted))
+        return {};
+    Result<AppleDoubleContent> content = companion->content();
+    if (!content)
+        return content.failure();
+    std::erase_if(content->attributes, isUnwanted);
+    const std::unique_ptr<ReadableFork> kept = read ? nullptr : companion->resourceFork();
+    return companion->writeOrRemove(std::move(*content), kept.get(), fileStatus);
 }

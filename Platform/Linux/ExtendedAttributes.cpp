@@ -9,14 +9,18 @@
 #include <sys/xattr.h>
 
 /// What stands before every name: a mounted Mac volume shows its own attributes below "osx.".
-static std::string prefixOn(const Path &path)
+static std::string prefixOn(const struct statfs &volume)
 {
     constexpr std::uint32_t kHfsPlusMagic = 0x482B;
+    return std::uint32_t(volume.f_type) == kHfsPlusMagic ? "osx." : "user.";
+}
+
+static std::string prefixOn(const Path &path)
+{
     // Of a link its own volume, not its target's, which may be on a machine that does not answer.
     const Descriptor file(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct statfs volume = {};
-    const bool isKnown = file && ::fstatfs(file.get(), &volume) == 0;
-    return isKnown && std::uint32_t(volume.f_type) == kHfsPlusMagic ? "osx." : "user.";
+    return file && ::fstatfs(file.get(), &volume) == 0 ? prefixOn(volume) : "user.";
 }
 
 Result<std::vector<std::string>> ExtendedAttributes::names(const Path &path)
@@ -61,6 +65,17 @@ Result<void> ExtendedAttributes::set(const Path &path, const std::string &name, 
     const std::string full = prefixOn(path) + name;
     if (::lsetxattr(path.c_str(), full.c_str(), value.data(), value.size(), 0) != 0)
         return Failure::fromErrno(errno, "lsetxattr", path);
+    return {};
+}
+
+Result<void> ExtendedAttributes::set(int descriptor, const std::string &name, ByteView value)
+{
+    struct statfs volume = {};
+    if (::fstatfs(descriptor, &volume) != 0)
+        return Failure::fromErrno(errno, "fstatfs");
+    const std::string full = prefixOn(volume) + name;
+    if (::fsetxattr(descriptor, full.c_str(), value.data(), value.size(), 0) != 0)
+        return Failure::fromErrno(errno, "fsetxattr");
     return {};
 }
 

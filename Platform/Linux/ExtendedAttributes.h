@@ -20,6 +20,7 @@ Result<std::vector<std::string>> names(const Path &path);
 Result<Bytes> value(const Path &path, const std::string &name);
 
 Result<void> set(const Path &path, const std::string &name, ByteView value);
+Result<void> set(int descriptor, const std::string &name, ByteView value);
 Result<void> remove(const Path &path, const std::string &name);
 
 } // namespace ExtendedAttributes

@@ -32,6 +32,7 @@ FileStatus FileCalls::statusFrom(const struct stat &status)
     answer.linkCount = status.st_nlink;
     answer.modified = status.st_mtim.tv_sec;
     answer.changed = status.st_ctim.tv_sec;
+    answer.modifiedNanoseconds = std::uint32_t(status.st_mtim.tv_nsec);
     return answer;
 }
 

@@ -23,3 +23,8 @@ Result<void> FlagNumber::write(const Path &path, std::uint32_t flags)
 {
     return ExtendedAttributes::set(path, kAttribute, bytesOf(std::to_string(flags)));
 }
+
+Result<void> FlagNumber::write(int descriptor, std::uint32_t flags)
+{
+    return ExtendedAttributes::set(descriptor, kAttribute, bytesOf(std::to_string(flags)));
+}

@@ -15,5 +15,6 @@ inline constexpr char kAttribute[] = "tamsel.st_flags";
 Result<std::optional<std::uint32_t>> read(const Path &path);
 
 Result<void> write(const Path &path, std::uint32_t flags);
+Result<void> write(int descriptor, std::uint32_t flags);
 
 } // namespace FlagNumber

@@ -20,6 +20,14 @@ public:
     Result<void> removeAttribute(const Path &path, const std::string &name, Links links) override;
 
     Result<std::unique_ptr<ReadableFork>> openResourceFork(const Path &path) const override;
+    Result<bool> isForkShared(const Path &path) const override;
+    Result<void> discardFork(const Path &path, const ReadableFork &fork,
+                             const std::vector<std::string> &names) override;
+
+    Result<std::unique_ptr<FileLock>> lockFile(const Path &path) const override;
+    Result<std::unique_ptr<OutputFile>> openScratchFile(const Path &path, std::uint32_t mode) override;
+    Result<std::unique_ptr<OutputFile>> openNewFile(const Path &path, std::uint32_t mode) override;
+    Result<UniqueFile> makeUniqueFile(const Path &prefix) override;
 
     Result<Bytes> readFile(const Path &path, ByteCount limit) const override;
     Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode) override;

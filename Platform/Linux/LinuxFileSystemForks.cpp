@@ -1,7 +1,7 @@
 #include "Platform/Formats/CompressedFile.h"
 #include "Platform/Formats/MemoryFork.h"
 #include "Platform/Linux/Companion.h"
-#include "Platform/Linux/DescriptorFork.h"
+#include "Platform/Linux/CompanionFork.h"
 #include "Platform/Linux/ExtendedAttributes.h"
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/FlagNumber.h"
@@ -60,6 +60,28 @@ static Result<std::uint32_t> flagsOfContent(const Path &path, const struct stat 
     if (!isCompressed)
         return isCompressed.failure();
     return *isCompressed ? kCompressedFlag : 0u;
+}
+
+Result<bool> LinuxFileSystem::isForkShared(const Path &path) const
+{
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    if (!S_ISREG(status->st_mode) || status->st_nlink < 2)
+        return false;
+    const Result<std::unique_ptr<ReadableFork>> fork = openResourceFork(path);
+    if (!fork && fork.failure().code != ErrorCode::NotFound)
+        return fork.failure();
+    return !fork || dynamic_cast<const CompanionFork *>(fork->get());
+}
+
+Result<void> LinuxFileSystem::discardFork(const Path &path, const ReadableFork &fork,
+                                          const std::vector<std::string> &names)
+{
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    return Companion::discard(path, *status, fork, names);
 }
 
 Result<std::uint32_t> LinuxFileSystem::flags(const Path &path) const

@@ -1,7 +1,7 @@
 #include "Platform/Linux/LinuxThisProcess.h"
 
 #include "Platform/Linux/ArgumentVector.h"
-#include "Platform/Linux/Descriptor.h"
+#include "Platform/Linux/DescriptorLock.h"
 
 #include <cerrno>
 #include <csignal>
@@ -18,22 +18,6 @@ extern char **environ;
 // From the kernel's interface, for which the library has no header: the class "idle", and "one thread" as its target.
 static constexpr int kIoPriorityOfThread = 1;
 static constexpr int kIdleIoPriority = 3 << 13;
-
-namespace {
-
-class LinuxFileLock final : public FileLock
-{
-public:
-    explicit LinuxFileLock(Descriptor descriptor)
-        : m_descriptor(std::move(descriptor))
-    {
-    }
-
-private:
-    Descriptor m_descriptor; // the lock ends with it
-};
-
-} // namespace
 
 Result<std::unique_ptr<FileLock>> LinuxThisProcess::lockFile(const Path &path)
 {
@@ -57,7 +41,7 @@ Result<std::unique_ptr<FileLock>> LinuxThisProcess::lockFile(const Path &path)
         const int failure = errno;
         return Failure::fromErrno(failure, "lock", path);
     }
-    return std::unique_ptr<FileLock>(std::make_unique<LinuxFileLock>(std::move(descriptor)));
+    return std::unique_ptr<FileLock>(std::make_unique<DescriptorLock>(std::move(descriptor)));
 }
 
 Result<void> LinuxThisProcess::makeThreadIdle()

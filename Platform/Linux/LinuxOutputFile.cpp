@@ -1,0 +1,233 @@
+#include "Platform/Linux/LinuxOutputFile.h"
+
+#include "Platform/Linux/Companion.h"
+#include "Platform/Linux/FileCalls.h"
+#include "Platform/Linux/FileLikeness.h"
+#include "Platform/Linux/FlagNumber.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+static Result<Descriptor> openFolder(const Path &path)
+{
+    const Path folder = path.has_parent_path() ? path.parent_path() : Path(".");
+    Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened)
+        return Failure::fromErrno(errno, "open", folder);
+    return opened;
+}
+
+static bool isSameFile(const struct stat &one, const struct stat &other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Whether it can only have been left by a process of this user that makes scratch files.
+static bool isAbandoned(const struct stat &status)
+{
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
+}
+
+static Failure changed(const Path &path)
+{
+    return {ErrorCode::Busy, EBUSY, path.native() + " is not the file any more that it was"};
+}
+
+LinuxOutputFile::LinuxOutputFile(Descriptor folder, Path path)
+    : m_folder(std::move(folder))
+    , m_path(std::move(path))
+{
+}
+
+LinuxOutputFile::~LinuxOutputFile()
+{
+    if (!m_isScratch || !m_isNamed || !checkName())
+        return;
+    ::unlinkat(m_folder.get(), m_path.filename().c_str(), 0);
+    removeCompanion();
+}
+
+Result<std::unique_ptr<OutputFile>> LinuxOutputFile::makeScratch(const Path &path, std::uint32_t mode)
+{
+    constexpr mode_t kOwnerMayWrite = 0600; // so that whoever finds it after a crash can take it away
+    Result<Descriptor> folder = openFolder(path);
+    if (!folder)
+        return folder.failure();
+    auto file = std::make_unique<LinuxOutputFile>(std::move(*folder), path);
+    file->m_isScratch = true;
+    if (const Result<void> removed = file->removeAbandoned(); !removed)
+        return removed.failure();
+    if (const Result<void> made = file->make((mode & 0777) | kOwnerMayWrite); !made)
+        return made.failure();
+    return std::unique_ptr<OutputFile>(std::move(file));
+}
+
+Result<std::unique_ptr<OutputFile>> LinuxOutputFile::makeNew(const Path &path, std::uint32_t mode)
+{
+    Result<Descriptor> folder = openFolder(path);
+    if (!folder)
+        return folder.failure();
+    auto file = std::make_unique<LinuxOutputFile>(std::move(*folder), path);
+    file->m_isScratch = true; // until it is whole, so that nothing is left
+    if (const Result<void> made = file->make(mode & 0777); !made)
+        return made.failure();
+    file->m_isScratch = false;
+    return std::unique_ptr<OutputFile>(std::move(file));
+}
+
+/// The lock tells whether its maker is still there; the name, whether that one has let it go meanwhile.
+Result<void> LinuxOutputFile::removeAbandoned() const
+{
+    const Path name = m_path.filename();
+    struct stat status = {};
+    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        const int failure = errno;
+        if (failure == ENOENT)
+            return {};
+        return Failure::fromErrno(failure, "fstatat", m_path);
+    }
+    if (!isAbandoned(status))
+        return Failure::fromErrno(EEXIST, "scratch file", m_path);
+    constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const Descriptor found(::openat(m_folder.get(), name.c_str(), kFlags));
+    if (!found)
+        return Failure::fromErrno(errno, "openat", m_path);
+    if (::flock(found.get(), LOCK_EX | LOCK_NB) != 0)
+        return Failure::fromErrno(errno, "flock", m_path);
+    struct stat opened = {};
+    if (::fstat(found.get(), &opened) != 0)
+        return Failure::fromErrno(errno, "fstat", m_path);
+    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return Failure::fromErrno(errno, "fstatat", m_path);
+    if (!isSameFile(opened, status) || !isAbandoned(opened))
+        return changed(m_path);
+    if (::unlinkat(m_folder.get(), name.c_str(), 0) != 0)
+        return Failure::fromErrno(errno, "unlinkat", m_path);
+    removeCompanion();
+    return {};
+}
+
+Result<void> LinuxOutputFile::make(mode_t mode)
+{
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    m_file = Descriptor(::openat(m_folder.get(), m_path.filename().c_str(), kFlags, mode));
+    if (!m_file)
+        return Failure::fromErrno(errno, "openat", m_path);
+    m_isNamed = true;
+    m_lock = Descriptor(::fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
+    if (!m_lock) {
+        const int failure = errno;
+        std::swap(m_file, m_lock); // by which the destructor knows the file
+        return Failure::fromErrno(failure, "fcntl", m_path);
+    }
+    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        const int failure = errno;
+        m_isNamed = failure != EWOULDBLOCK; // whoever took it for abandoned has it now
+        return Failure::fromErrno(failure, "flock", m_path);
+    }
+    return checkName();
+}
+
+/// Whether the name is still this file's.
+Result<void> LinuxOutputFile::checkName() const
+{
+    struct stat own = {};
+    if (::fstat(m_lock.get(), &own) != 0)
+        return Failure::fromErrno(errno, "fstat", m_path);
+    struct stat named = {};
+    if (::fstatat(m_folder.get(), m_path.filename().c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0)
+        return Failure::fromErrno(errno, "fstatat", m_path);
+    if (!isSameFile(own, named))
+        return changed(m_path);
+    return {};
+}
+
+Result<void> LinuxOutputFile::write(ByteView content)
+{
+    while (!content.empty()) {
+        const ssize_t written = ::write(m_file.get(), content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return Failure::fromErrno(errno, "write", m_path);
+        content = content.subspan(std::size_t(written));
+    }
+    return {};
+}
+
+Result<void> LinuxOutputFile::sync() const
+{
+    if (::fdatasync(m_lock.get()) != 0)
+        return Failure::fromErrno(errno, "fdatasync", m_path);
+    return {};
+}
+
+Result<void> LinuxOutputFile::close()
+{
+    if (!m_isScratch) {
+        if (Result<void> synced = sync(); !synced)
+            return synced;
+    }
+    if (::close(m_file.release()) != 0 && errno != EINTR)
+        return Failure::fromErrno(errno, "close", m_path);
+    return {};
+}
+
+Result<void> LinuxOutputFile::makeLike(const Path &original, const FileStatus &examined)
+{
+    struct stat status = {};
+    if (::lstat(original.c_str(), &status) != 0)
+        return Failure::fromErrno(errno, "lstat", original);
+    if (FileCalls::statusFrom(status).identity != examined.identity)
+        return changed(original);
+    if (Result<void> named = checkName(); !named)
+        return named;
+    if (Result<void> given = FileLikeness::give(m_lock.get(), m_path, original, status); !given)
+        return given;
+    return sync();
+}
+
+static Result<void> checkUnchanged(int folder, const Path &path, const FileStatus &examined)
+{
+    struct stat status = {};
+    if (::fstatat(folder, path.filename().c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return Failure::fromErrno(errno, "fstatat", path);
+    const FileStatus now = FileCalls::statusFrom(status);
+    if (now.identity != examined.identity || now.type != FileType::Regular || now.size != examined.size ||
+        now.modified != examined.modified || now.modifiedNanoseconds != examined.modifiedNanoseconds)
+        return changed(path);
+    return {};
+}
+
+Result<bool> LinuxOutputFile::replace(const Path &destination, const FileStatus &examined)
+{
+    const Result<Descriptor> folder = openFolder(destination);
+    if (!folder)
+        return folder.failure();
+    if (const Result<void> named = checkName(); !named)
+        return named.failure();
+    if (const Result<void> unchanged = checkUnchanged(folder->get(), destination, examined); !unchanged)
+        return unchanged.failure();
+    removeCompanion();
+    const Path from = m_path.filename();
+    const Path to = destination.filename();
+    if (::renameat(m_folder.get(), from.c_str(), folder->get(), to.c_str()) != 0)
+        return Failure::fromErrno(errno, "renameat", destination);
+    m_isNamed = false;
+    // Some file systems keep nothing to sync for a folder and say EINVAL.
+    return ::fsync(folder->get()) == 0 || errno == EINVAL;
+}
+
+Result<void> LinuxOutputFile::setFlags(std::uint32_t flags)
+{
+    return FlagNumber::write(m_lock.get(), flags);
+}
+
+/// What an attribute that did not fit has left beside the scratch file; the original's companion has it still.
+void LinuxOutputFile::removeCompanion() const
+{
+    struct stat status = {};
+    const Path name = Companion::pathOf(m_path).filename();
+    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && isAbandoned(status))
+        ::unlinkat(m_folder.get(), name.c_str(), 0);
+}

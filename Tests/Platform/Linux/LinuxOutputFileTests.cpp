@@ -1,0 +1,304 @@
+#include "Platform/Formats/AppleDouble.h"
+#include "Platform/Formats/CompressedFile.h"
+#include "Platform/Linux/LinuxFileSystem.h"
+#include "Tests/Support/CompressedSample.h"
+#include "Tests/Support/PrivateHome.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+
+/// What a replaced file keeps on Linux, and what becomes of its companion.
+class LinuxOutputFileTest : public ::testing::Test
+{
+protected:
+    static void write(const Path &path, ByteView content)
+    {
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << stringOf(content);
+    }
+    void makeCompanion(const std::string &fork, const AppleDoubleContent &content = {})
+    {
+        Bytes bytes = *appleDoubleHead(content, fork.size());
+        bytes.insert(bytes.end(), fork.begin(), fork.end());
+        write(m_companion, bytes);
+    }
+    std::vector<std::string> names() const { return *m_files.entries(m_folder); }
+    std::string contentOf(const Path &path) const { return stringOf(m_files.readFile(path, 1 << 20).valueOr({})); }
+
+    /// Puts a new file with that content in the place of m_file.
+    Result<bool> replace(const std::string &content)
+    {
+        const FileStatus examined = *m_files.status(m_file);
+        Result<std::unique_ptr<OutputFile>> file = m_files.openScratchFile(m_scratch, examined.mode);
+        if (!file)
+            return file.failure();
+        EXPECT_TRUE((*file)->write(bytesOf(content)));
+        EXPECT_TRUE((*file)->close());
+        if (const Result<void> made = (*file)->makeLike(m_file, examined); !made)
+            return made.failure();
+        return (*file)->replace(m_file, examined);
+    }
+
+    LinuxFileSystem m_linux;
+    FileSystem &m_files = m_linux;
+    Path m_folder = PrivateHome::current().makeFolder("linux-output");
+    Path m_file = m_folder / "file";
+    Path m_companion = m_folder / "._file";
+    Path m_scratch = m_folder / "scratch";
+};
+
+TEST_F(LinuxOutputFileTest, replace_keepsModeTimesAndOwner)
+{
+    write(m_file, bytesOf("old"));
+    ASSERT_EQ(::chmod(m_file.c_str(), 04751), 0);
+    const timespec times[2] = {{1000000001, 123456789}, {1000000002, 987654321}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, m_file.c_str(), times, 0), 0);
+    const Result<bool> replaced = replace("new");
+    ASSERT_TRUE(replaced) << replaced.failure().context;
+    struct stat status = {};
+    ASSERT_EQ(::lstat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 04751u);
+    EXPECT_EQ(status.st_uid, ::getuid());
+    EXPECT_EQ(status.st_atim.tv_sec, 1000000001);
+    EXPECT_EQ(status.st_atim.tv_nsec, 123456789);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1000000002);
+    EXPECT_EQ(status.st_mtim.tv_nsec, 987654321);
+}
+
+TEST_F(LinuxOutputFileTest, replace_asRoot_keepsOwnerAndGroup)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    write(m_file, bytesOf("old"));
+    ASSERT_EQ(::chown(m_file.c_str(), 4321, 1234), 0);
+    ASSERT_EQ(::chmod(m_file.c_str(), 06755), 0);
+    ASSERT_TRUE(replace("new"));
+    struct stat status = {};
+    ASSERT_EQ(::lstat(m_file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 4321u);
+    EXPECT_EQ(status.st_gid, 1234u);
+    EXPECT_EQ(status.st_mode & 07777, 06755u);
+}
+
+TEST_F(LinuxOutputFileTest, replace_ofAnothersFile_isRefused)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    write(m_file, bytesOf("root's"));
+    ASSERT_EQ(::chmod(m_folder.c_str(), 0777), 0);
+    for (Path folder = m_folder.parent_path(); folder != "/"; folder = folder.parent_path())
+        ::chmod(folder.c_str(), 0755);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+            ::_exit(9);
+        const Result<bool> replaced = replace("stolen");
+        ::_exit(!replaced && replaced.failure().code == ErrorCode::Permission ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(contentOf(m_file), "root's");
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(LinuxOutputFileTest, replace_keepsTheAccessList)
+{
+    write(m_file, bytesOf("old"));
+    // Version 2, then tag, rights and number of: owner, user 4321, group, mask, others.
+    const std::vector<std::uint16_t> words = {2, 0,      1,      6,  0xFFFF, 0xFFFF, 2,      4,  4321, 0,      4,
+                                              4, 0xFFFF, 0xFFFF, 16, 4,      0xFFFF, 0xFFFF, 32, 0,    0xFFFF, 0xFFFF};
+    const std::size_t size = words.size() * sizeof words[0];
+    if (::setxattr(m_file.c_str(), "system.posix_acl_access", words.data(), size, 0) != 0)
+        GTEST_SKIP() << "the volume has no access lists";
+    ASSERT_TRUE(replace("new"));
+    std::vector<std::uint16_t> kept(words.size() + 1);
+    ASSERT_EQ(::getxattr(m_file.c_str(), "system.posix_acl_access", kept.data(), kept.size() * 2), ssize_t(size));
+    kept.pop_back();
+    EXPECT_EQ(kept, words);
+}
+
+TEST_F(LinuxOutputFileTest, replace_writesTheFlagNumberZero)
+{
+    CompressedSample::make(m_file, CompressedSample::text(5000));
+    ASSERT_TRUE(replace(""));
+    char number[8] = {};
+    EXPECT_EQ(::getxattr(m_file.c_str(), "user.tamsel.st_flags", number, sizeof number), 1);
+    EXPECT_STREQ(number, "0");
+    EXPECT_EQ(m_files.flags(m_file).valueOr(99), 0u) << "though it is empty and its fork lies beside it";
+}
+
+TEST_F(LinuxOutputFileTest, replace_ofAFileWrittenMeanwhile_isRefused)
+{
+    write(m_file, {});
+    const FileStatus examined = *m_files.status(m_file);
+    const auto file = *m_files.openScratchFile(m_scratch, 0644);
+    ASSERT_TRUE(file->close());
+    ASSERT_TRUE(file->makeLike(m_file, examined));
+    std::ofstream(m_file, std::ios::app) << "x";
+    EXPECT_EQ(file->replace(m_file, examined).failure().code, ErrorCode::Busy);
+    EXPECT_EQ(contentOf(m_file), "x");
+}
+
+TEST_F(LinuxOutputFileTest, replace_ofAFileTouchedMeanwhile_isRefused)
+{
+    write(m_file, {});
+    const FileStatus examined = *m_files.status(m_file);
+    const auto file = *m_files.openScratchFile(m_scratch, 0644);
+    ASSERT_TRUE(file->close());
+    const timespec times[2] = {{0, UTIME_OMIT}, {examined.modified, (examined.modifiedNanoseconds + 1) % 1000000000}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, m_file.c_str(), times, 0), 0);
+    EXPECT_EQ(file->replace(m_file, examined).failure().code, ErrorCode::Busy);
+}
+
+TEST_F(LinuxOutputFileTest, scratchFile_heldByAnotherProcess_isBusyAndStays)
+{
+    write(m_scratch, bytesOf("another's"));
+    int ready[2], done[2];
+    ASSERT_EQ(::pipe(ready) | ::pipe(done), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int file = ::open(m_scratch.c_str(), O_WRONLY);
+        char byte = ::flock(file, LOCK_EX | LOCK_NB) == 0 ? 'y' : 'n';
+        ::close(done[1]);
+        if (::write(ready[1], &byte, 1) != 1 || ::read(done[0], &byte, 1) != 0)
+            ::_exit(1);
+        ::_exit(0);
+    }
+    ::close(done[0]);
+    char byte = 0;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    EXPECT_EQ(byte, 'y');
+    EXPECT_EQ(m_files.openScratchFile(m_scratch, 0644).failure().code, ErrorCode::Busy);
+    EXPECT_EQ(contentOf(m_scratch), "another's");
+    ::close(done[1]);
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_TRUE(m_files.openScratchFile(m_scratch, 0644)) << "it is abandoned now";
+}
+
+TEST_F(LinuxOutputFileTest, scratchFile_ofAnotherUser_isLeftAlone)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    write(m_scratch, bytesOf("another's"));
+    ASSERT_EQ(::chown(m_scratch.c_str(), 4321, 4321), 0);
+    EXPECT_EQ(m_files.openScratchFile(m_scratch, 0644).failure().code, ErrorCode::Exists);
+    EXPECT_EQ(contentOf(m_scratch), "another's");
+}
+
+TEST_F(LinuxOutputFileTest, scratchFile_whileWritten_isNoMoreOpenToOthersThanTheOriginal)
+{
+    const auto file = *m_files.openScratchFile(m_scratch, 04700);
+    EXPECT_EQ(m_files.status(m_scratch)->mode, 0700u);
+}
+
+TEST_F(LinuxOutputFileTest, scratchFile_whoseAttributesDidNotFit_leavesNoCompanion)
+{
+    write(m_file, bytesOf("old"));
+    const FileStatus examined = *m_files.status(m_file);
+    const Bytes large = CompressedSample::text(20000);
+    {
+        const auto file = *m_files.openScratchFile(m_scratch, 0644);
+        ASSERT_TRUE(m_files.setAttribute(m_scratch, "large", large, Links::NotFollow));
+        ASSERT_TRUE(file->close());
+    }
+    EXPECT_THAT(names(), ElementsAre("file"));
+    {
+        const auto file = *m_files.openScratchFile(m_scratch, 0644);
+        ASSERT_TRUE(m_files.setAttribute(m_scratch, "large", large, Links::NotFollow));
+        ASSERT_TRUE(file->close());
+        ASSERT_TRUE(file->makeLike(m_file, examined));
+        ASSERT_TRUE(file->replace(m_file, examined));
+    }
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(LinuxOutputFileTest, forkInCompanion_ofTwoNames_isShared)
+{
+    write(m_file, {});
+    makeCompanion("a fork");
+    std::filesystem::create_hard_link(m_file, m_folder / "other");
+    EXPECT_TRUE(m_files.isForkShared(m_file).valueOr(false));
+    EXPECT_TRUE(m_files.isForkShared(m_folder / "other").valueOr(false));
+}
+
+TEST_F(LinuxOutputFileTest, forkInAttribute_ofTwoNames_isNotShared)
+{
+    write(m_file, {});
+    ASSERT_TRUE(m_files.setAttribute(m_file, kResourceForkAttribute, bytesOf("a fork"), Links::NotFollow));
+    std::filesystem::create_hard_link(m_file, m_folder / "other");
+    EXPECT_FALSE(m_files.isForkShared(m_file).valueOr(true));
+    EXPECT_FALSE(m_files.isForkShared(m_folder / "other").valueOr(true));
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_takesTheCompanionWithItWhenNothingElseIsInIt)
+{
+    write(m_file, bytesOf("expanded"));
+    makeCompanion("a fork", {{{}}, {{"com.apple.DECMPFS", bytesOf("header")}}, {}});
+    const auto fork = *m_files.openResourceFork(m_file);
+    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
+    EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_leavesWhatElseTheCompanionHolds)
+{
+    write(m_file, bytesOf("expanded"));
+    AppleDoubleContent content{{{}}, {{kDecmpfsAttribute, bytesOf("header")}, {"kept", bytesOf("value")}}, {}};
+    content.finderInformation->at(3) = 7;
+    makeCompanion("a fork", content);
+    const auto fork = *m_files.openResourceFork(m_file);
+    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
+    EXPECT_EQ(m_files.openResourceFork(m_file).failure().code, ErrorCode::NotFound);
+    EXPECT_THAT(*m_files.attributeNames(m_file, Links::NotFollow), ElementsAre("kept"));
+    EXPECT_EQ(stringOf(*m_files.attribute(m_file, "kept", Links::NotFollow)), "value");
+    EXPECT_GT(std::filesystem::file_size(m_companion), 0u);
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_ofACompanionReplacedMeanwhile_isBusyAndStays)
+{
+    write(m_file, bytesOf("expanded"));
+    makeCompanion("a fork");
+    const auto fork = *m_files.openResourceFork(m_file);
+    std::filesystem::rename(m_companion, m_folder / "old");
+    makeCompanion("another fork");
+    EXPECT_EQ(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}).failure().code, ErrorCode::Busy);
+    EXPECT_EQ((*m_files.openResourceFork(m_file))->size(), std::string("another fork").size());
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_ofACompanionWrittenMeanwhile_isBusyAndStays)
+{
+    write(m_file, bytesOf("expanded"));
+    makeCompanion("a fork");
+    const auto fork = *m_files.openResourceFork(m_file);
+    makeCompanion("a longer fork");
+    EXPECT_EQ(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}).failure().code, ErrorCode::Busy);
+    EXPECT_TRUE(std::filesystem::exists(m_companion));
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_readFromAnAttribute_leavesTheCompanionsOthers)
+{
+    write(m_file, bytesOf("expanded"));
+    makeCompanion("", {{}, {{kDecmpfsAttribute, bytesOf("header")}, {"kept", bytesOf("value")}}, {}});
+    ASSERT_TRUE(m_files.setAttribute(m_file, kResourceForkAttribute, bytesOf("a fork"), Links::NotFollow));
+    const auto fork = *m_files.openResourceFork(m_file);
+    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
+    EXPECT_THAT(*m_files.attributeNames(m_file, Links::NotFollow),
+                UnorderedElementsAre("kept", kResourceForkAttribute));
+}
+
+TEST_F(LinuxOutputFileTest, discardedFork_withoutCompanion_isDone)
+{
+    write(m_file, bytesOf("expanded"));
+    makeCompanion("a fork");
+    const auto fork = *m_files.openResourceFork(m_file);
+    std::filesystem::remove(m_companion);
+    EXPECT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
+}
