@@ -158,7 +158,7 @@ std::optional<Path> LinuxAliasManager::search(const AliasIdentity &identity, con
         if (const std::optional<Path> found = accepted(*last, identity, mounts))
             return found;
     }
-    const std::string state = SearchMemory::stateOf(lastSeen, mounts);
+    const std::string state = SearchMemory::stateOf(lastSeen, mountPoint, mounts);
     const auto time = m_memory.timeFor(key, state);
     if (!time)
         return std::nullopt;

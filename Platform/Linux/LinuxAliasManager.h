@@ -18,8 +18,9 @@ class LinuxAliasManager final : public AliasManager
 public:
     /// Without handles it finds what it finds for a user who may not open by handle, that is anybody but root.
     enum class Handles { Try, DoNotTry };
-    explicit LinuxAliasManager(Handles handles = Handles::Try)
+    explicit LinuxAliasManager(Handles handles = Handles::Try, SearchMemory::Limits limits = {})
         : m_handles(handles)
+        , m_memory(limits)
     {
     }
 

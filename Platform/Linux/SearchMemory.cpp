@@ -13,11 +13,11 @@ static bool isMainThread()
     return ::gettid() == ::getpid();
 }
 
-std::string SearchMemory::stateOf(const Path &lastSeen, const MountTable &mounts)
+std::string SearchMemory::stateOf(const Path &lastSeen, const Path &mountPoint, const MountTable &mounts)
 {
     std::string state = std::to_string(mounts.generation());
     const auto add = [&](auto number) { state += ' ' + std::to_string(number); };
-    for (Path folder = lastSeen; folder.has_relative_path();) {
+    for (Path folder = lastSeen; folder != mountPoint && folder.has_relative_path();) {
         folder = folder.parent_path();
         struct stat status = {};
         if (::lstat(folder.c_str(), &status) != 0)
@@ -40,13 +40,13 @@ std::optional<std::chrono::milliseconds> SearchMemory::timeFor(const Bytes &key,
     if (known != m_lost.end() && known->second.state == state && (known->second.wasThorough || isMain))
         return std::nullopt;
     if (!isMain)
-        return kOtherThreadSearch;
+        return m_limits.otherThreadSearch;
     const auto now = std::chrono::steady_clock::now();
-    if (now - m_second >= std::chrono::seconds(1)) {
-        m_second = now;
+    if (now - m_periodStart >= m_limits.period) {
+        m_periodStart = now;
         m_spent = {};
     }
-    const std::chrono::milliseconds left = std::min(kMainThreadSearch, kMainThreadShare - m_spent);
+    const std::chrono::milliseconds left = std::min(m_limits.mainThreadSearch, m_limits.mainThreadShare - m_spent);
     return left < kShortestSearch ? std::nullopt : std::optional(left);
 }
 

@@ -15,18 +15,27 @@
 class SearchMemory final
 {
 public:
-    /// How long a search may take. The main thread's are short, and of them no more than `kMainThreadShare` is spent in
-    /// a second.
-    static constexpr std::chrono::milliseconds kMainThreadSearch{50};
-    static constexpr std::chrono::milliseconds kMainThreadShare{80};
-    static constexpr std::chrono::milliseconds kOtherThreadSearch{5000};
+    /// How long a search may take. The main thread's are short, and of all of them together no more than
+    /// `mainThreadShare` is spent in a `period`.
+    struct Limits
+    {
+        std::chrono::milliseconds mainThreadSearch{50};
+        std::chrono::milliseconds mainThreadShare{80};
+        std::chrono::milliseconds period{1000};
+        std::chrono::milliseconds otherThreadSearch{5000};
+    };
+
+    explicit SearchMemory(Limits limits)
+        : m_limits(limits)
+    {
+    }
 
     /// The volume as far as it bears on whether a search could end differently: what is mounted, and identity, change
-    /// and status-change time of each folder above `lastSeen`. To be taken before the search.
-    static std::string stateOf(const Path &lastSeen, const MountTable &mounts);
+    /// and status-change time of each folder above `lastSeen`, up to `mountPoint`. To be taken before the search.
+    static std::string stateOf(const Path &lastSeen, const Path &mountPoint, const MountTable &mounts);
 
     /// The time that a search for `key` may take now; nothing when it was in vain in the same state (a search of the
-    /// main thread only counts for the main thread) or this second's share is used up.
+    /// main thread only counts for the main thread) or the main thread's share is used up.
     std::optional<std::chrono::milliseconds> timeFor(const Bytes &key, const std::string &state);
 
     void noteSearch(const Bytes &key, const std::string &state, const std::optional<Path> &found,
@@ -43,9 +52,10 @@ private:
         bool wasThorough = false;
     };
 
+    const Limits m_limits;
     std::mutex m_mutex;
     std::map<Bytes, Entry> m_lost;
     std::map<Bytes, Path> m_found;
-    std::chrono::steady_clock::time_point m_second{};
+    std::chrono::steady_clock::time_point m_periodStart{};
     std::chrono::milliseconds m_spent{0};
 };

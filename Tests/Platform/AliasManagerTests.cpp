@@ -16,10 +16,14 @@ static int s_worlds = 0; // each test has a folder of its own, whichever process
 
 namespace {
 
+/// More patient than on a user's main thread, for busy machines; vain searches still end soon on large volumes.
+constexpr SearchMemory::Limits kPatient{std::chrono::milliseconds(500), std::chrono::milliseconds(500),
+                                        std::chrono::milliseconds(1000), std::chrono::milliseconds(5000)};
+
 /// The Linux service over a new folder of this machine.
 struct LinuxWorld
 {
-    LinuxAliasManager service;
+    LinuxAliasManager service{LinuxAliasManager::Handles::Try, kPatient};
     Path root = PrivateHome::current().makeFolder("world" + std::to_string(++s_worlds));
     PrivateMounts mounts;
 
@@ -39,7 +43,7 @@ struct LinuxWorld
 /// The same for a user who may not open by handle: what was moved has to be searched for.
 struct SearchingLinuxWorld : LinuxWorld
 {
-    LinuxAliasManager service{LinuxAliasManager::Handles::DoNotTry};
+    LinuxAliasManager service{LinuxAliasManager::Handles::DoNotTry, kPatient};
 };
 
 /// The fake with a folder of its own.
