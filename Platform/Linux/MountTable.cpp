@@ -44,6 +44,8 @@ static std::optional<Mount> parseLine(const std::string &line)
     mount.root = unescaped(root);
     mount.point = unescaped(point);
     mount.source = unescaped(word);
+    if (words >> word)
+        mount.volumeOptions = unescaped(word);
     return mount;
 }
 

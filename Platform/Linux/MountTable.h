@@ -19,6 +19,7 @@ struct Mount
     Path point;         ///< where
     std::string type;   ///< the kernel's name of the file system
     std::string source;
+    std::string volumeOptions; ///< those of the file system itself, separated by commas
 
     /// A trigger that mounts something when it is entered.
     bool isAutomounter() const { return type == "autofs"; }

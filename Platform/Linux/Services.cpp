@@ -10,6 +10,7 @@
 #include "Platform/Linux/LinuxSystemVersion.h"
 #include "Platform/Linux/LinuxThisProcess.h"
 #include "Platform/Linux/LinuxUserFolders.h"
+#include "Platform/Linux/LinuxVolumes.h"
 
 /// Installs an `Implementation` that is never freed, where no service is installed yet: threads may ask it for
 /// something while the process ends.
@@ -33,4 +34,5 @@ void installEngineServices()
     installWhereMissing<SystemVersion, LinuxSystemVersion>();
     installWhereMissing<ThisProcess, LinuxThisProcess>();
     installWhereMissing<UserFolders, LinuxUserFolders>();
+    installWhereMissing<Volumes, LinuxVolumes>();
 }

@@ -42,20 +42,38 @@ bool PrivateMounts::mountMemory(const std::filesystem::path &point)
 
 static bool run(const std::string &command)
 {
-    return std::system((command + " > /dev/null 2>&1").c_str()) == 0;
+    return std::system(("PATH=$PATH:/usr/sbin:/sbin; " + command + " > /dev/null 2>&1").c_str()) == 0;
 }
 
-bool PrivateMounts::mountCompressing(const std::filesystem::path &point)
+bool PrivateMounts::mountImage(const std::string &format, const std::filesystem::path &point,
+                               const std::string &formatOptions, const std::string &mountOptions)
 {
-    constexpr std::uintmax_t kSmallestVolume = std::uintmax_t{128} << 20;
+    constexpr std::uintmax_t kSmallestVolume = std::uintmax_t{320} << 20; // of XFS
     const std::string image = point.native() + ".image";
     std::ofstream(image).close();
     std::filesystem::resize_file(image, kSmallestVolume); // takes only what is written to it
-    if (!enter() || !run("PATH=$PATH:/usr/sbin:/sbin mkfs.btrfs -q '" + image + "'") ||
-        !run("mount -o loop,compress-force=zlib '" + image + "' '" + point.native() + "'"))
+    const std::string options = mountOptions.empty() ? "loop" : "loop," + mountOptions;
+    if (!enter() || !run("mkfs." + format + " -q " + formatOptions + " '" + image + "'") ||
+        !run("mount -t " + format + " -o " + options + " '" + image + "' '" + point.native() + "'"))
         return false;
     m_points.push_back(point);
     return true;
+}
+
+bool PrivateMounts::mountOverlay(const std::filesystem::path &lower, const std::filesystem::path &upper,
+                                 const std::filesystem::path &work, const std::filesystem::path &point)
+{
+    const std::string options =
+        "lowerdir=" + lower.native() + ",upperdir=" + upper.native() + ",workdir=" + work.native();
+    if (!enter() || ::mount("overlay", point.c_str(), "overlay", 0, options.c_str()) != 0)
+        return false;
+    m_points.push_back(point);
+    return true;
+}
+
+bool PrivateMounts::makeReadOnly(const std::filesystem::path &point)
+{
+    return enter() && ::mount(nullptr, point.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
 }
 
 bool PrivateMounts::bind(const std::filesystem::path &folder, const std::filesystem::path &point)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 /// Mounts that only this process sees, taken away with this object. Needs a machine that gives the process a mount
@@ -16,9 +17,24 @@ public:
     /// Mounts an empty volume in memory. False where the machine does not allow it.
     bool mountMemory(const std::filesystem::path &point);
 
-    /// Mounts a new btrfs volume that compresses what is written to it; its image lies beside the mount point. False
-    /// where the machine does not allow it, or has no `mkfs.btrfs`.
-    bool mountCompressing(const std::filesystem::path &point);
+    /// Mounts a new volume of the format "ext4", "xfs" or "btrfs"; its image lies beside the mount point. The options
+    /// are for the program that makes the format, with its dashes, and for the mount, separated by commas. False where
+    /// the machine does not allow it, or has no such program.
+    bool mountImage(const std::string &format, const std::filesystem::path &point,
+                    const std::string &formatOptions = {}, const std::string &mountOptions = {});
+
+    /// The same for a btrfs volume that compresses what is written to it.
+    bool mountCompressing(const std::filesystem::path &point)
+    {
+        return mountImage("btrfs", point, {}, "compress-force=zlib");
+    }
+
+    /// Lays one folder over another; what is changed goes to `upper`. `work` is an empty folder beside it.
+    bool mountOverlay(const std::filesystem::path &lower, const std::filesystem::path &upper,
+                      const std::filesystem::path &work, const std::filesystem::path &point);
+
+    /// From now on nothing can be written there.
+    bool makeReadOnly(const std::filesystem::path &point);
 
     /// Shows a folder at another place too.
     bool bind(const std::filesystem::path &folder, const std::filesystem::path &point);

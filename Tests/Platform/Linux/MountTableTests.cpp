@@ -27,6 +27,7 @@ TEST(MountTable, parse_lines_readsTheirFields)
     EXPECT_EQ(table.withId(31)->root, "/sub");
     EXPECT_EQ(table.withId(31)->parent, 22u);
     EXPECT_EQ(table.withId(31)->device, "0:26");
+    EXPECT_EQ(table.withId(31)->volumeOptions, "rw,subvol=/sub");
     EXPECT_EQ(table.withId(33)->source, "/dev/sda1");
     EXPECT_EQ(table.withId(99), nullptr);
 }
