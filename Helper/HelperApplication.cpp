@@ -23,7 +23,10 @@ HelperApplication::HelperApplication(Place place, SurveyScheduler::Survey survey
     , m_folders(m_place.history)
     , m_recorder(m_folders)
     , m_updateCheck(m_place.bundle, m_place.version)
-    , m_scheduler(std::move(surveyFolder))
+    , m_surveyor(m_place.excludedPaths, m_place.excludedExtensions)
+    , m_scheduler(surveyFolder ? std::move(surveyFolder) : [this](auto &&...arguments) {
+        return m_surveyor.survey(std::forward<decltype(arguments)>(arguments)...);
+    })
 {
     connect(&m_scheduler, &SurveyScheduler::progressed, this, &HelperApplication::keepProgress);
     connect(&m_scheduler, &SurveyScheduler::surveyed, this, [this](qint64 key, quint64 savings) {
@@ -85,9 +88,8 @@ void HelperApplication::observe()
         {"com.dovrane.tamsel.version", [this](const auto &notification) { compareVersion(notification); }},
         {"com.dovrane.tamsel.visible", [this](const auto &) { readSettings(); }},
         {"com.dovrane.pellix.folders", [this](const auto &notification) { changeFolders(notification); }},
-        {"com.dovrane.pellix.excludedPaths", [](const auto &) { logLine("The excluded paths have changed"); }},
-        {"com.dovrane.pellix.excludedExtensions",
-         [](const auto &) { logLine("The excluded extensions have changed"); }},
+        {"com.dovrane.pellix.excludedPaths", [this](const auto &) { readExclusions(); }},
+        {"com.dovrane.pellix.excludedExtensions", [this](const auto &) { readExclusions(); }},
     };
     for (const auto &[name, action] : actions)
         m_observers.push_back(DistributedNotificationCenter::current().addObserver(name, action));
@@ -151,8 +153,15 @@ void HelperApplication::compareVersion(const Notification &notification)
         logLine("The pane has version " + *version + ", this is version " + m_place.version);
 }
 
+void HelperApplication::readExclusions()
+{
+    if (m_surveyor.readLists() && m_isActive)
+        survey();
+}
+
 void HelperApplication::survey()
 {
+    m_surveyor.readLists(); // what was posted while there was no bus is lost
     m_recorder.write();
     std::vector<SurveyJob> jobs;
     m_savings.clear();

@@ -2,6 +2,7 @@
 
 #include "Helper/SavingsRecorder.h"
 #include "Helper/SurveyScheduler.h"
+#include "Helper/Surveyor.h"
 #include "Helper/UpdateCheck.h"
 #include "Helper/WatchedFolders.h"
 #include "Platform/DistributedNotificationCenter.h"
@@ -26,12 +27,15 @@ public:
     struct Place
     {
         Path settings; ///< "defaults.plist"
+        Path excludedPaths;
+        Path excludedExtensions;
         WatchedFolders::Files history;
         Path bundle;         ///< the helper's own
         std::string version; ///< of the running program
     };
 
-    explicit HelperApplication(Place place, SurveyScheduler::Survey surveyFolder = SurveyScheduler::surveyFolder);
+    /// `surveyFolder` takes the place of a `Surveyor`; for tests.
+    explicit HelperApplication(Place place, SurveyScheduler::Survey surveyFolder = {});
     ~HelperApplication() override;
 
     /// Listens, takes the helper's name and begins to work.
@@ -57,6 +61,7 @@ private:
     void quit();
     void changeFolders(const Notification &notification);
     void compareVersion(const Notification &notification);
+    void readExclusions();
     void survey();
     void keepProgress(qint64 key, unsigned percent, ByteCount savings);
     void prepareRestart(const std::string &version);
@@ -65,6 +70,7 @@ private:
     WatchedFolders m_folders;
     SavingsRecorder m_recorder;
     UpdateCheck m_updateCheck;
+    Surveyor m_surveyor;
     SurveyScheduler m_scheduler;
     QTimer m_nextSurvey;
     std::map<qint64, ByteCount> m_savings; ///< as recorded when the round began

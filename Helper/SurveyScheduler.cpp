@@ -126,14 +126,3 @@ void SurveyScheduler::tell(const Round &round, std::function<void()> signal)
         },
         Qt::QueuedConnection);
 }
-
-Result<SurveyResult> SurveyScheduler::surveyFolder(const Path &folder, SurveyedFiles &counted,
-                                                   FolderSurvey::Progressed progressed, std::stop_token stop)
-{
-    FolderSurvey survey(folder, counted);
-    survey.setProgressed(std::move(progressed));
-    survey.setFoundDamaged([](const Path &file, const std::string &reason) {
-        logLine("Damaged compressed file, not counted: " + file.native() + ": " + reason);
-    });
-    return survey.run(stop);
-}

@@ -33,12 +33,8 @@ public:
     using Survey = std::function<Result<SurveyResult>(const Path &folder, SurveyedFiles &counted,
                                                       FolderSurvey::Progressed progressed, std::stop_token stop)>;
 
-    /// A `FolderSurvey` that logs what is damaged.
-    static Result<SurveyResult> surveyFolder(const Path &folder, SurveyedFiles &counted,
-                                             FolderSurvey::Progressed progressed, std::stop_token stop);
-
     /// `survey` runs on the thread of this.
-    explicit SurveyScheduler(Survey survey = surveyFolder);
+    explicit SurveyScheduler(Survey survey);
     ~SurveyScheduler() override;
 
     /// Surveys these folders, in their order, in place of what is being surveyed.

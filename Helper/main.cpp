@@ -33,6 +33,8 @@ static std::optional<HelperApplication::Place> findPlace(const Path &supportFold
     }
     HelperApplication::Place place;
     place.settings = supportFolder / "defaults.plist";
+    place.excludedPaths = PXUtil::pathToExclusionPathsFile().value_or(Path());
+    place.excludedExtensions = PXUtil::pathToExclusionExtensionsFile().value_or(Path());
     place.history = {supportFolder / "history.db", *seed, *model};
     place.bundle = bundle->path();
     place.version = bundle->version();

@@ -26,7 +26,7 @@ Result<SurveyResult> FolderSurvey::run(std::stop_token stop)
             unsigned(std::min<std::uint64_t>(++walked * 100 / std::max<std::uint64_t>(*expected, 1), 99));
         if (percent > m_percent)
             report(percent);
-        return true;
+        return isEntered(entry);
     };
     const auto passOver = [](const Path &, const Failure &) {};
     if (const Result<void> done = FileSystem::current().walk(m_folder, visit, passOver, stop); !done)
@@ -44,14 +44,19 @@ Result<SurveyResult> FolderSurvey::run(std::stop_token stop)
 Result<std::uint64_t> FolderSurvey::countEntries(std::stop_token stop) const
 {
     std::uint64_t count = 0;
-    const auto visit = [&](const WalkEntry &) {
+    const auto visit = [&](const WalkEntry &entry) {
         ++count;
-        return true;
+        return isEntered(entry);
     };
     const auto passOver = [](const Path &, const Failure &) {};
     if (const Result<void> done = FileSystem::current().walk(m_folder, visit, passOver, std::move(stop)); !done)
         return done.failure();
     return count;
+}
+
+bool FolderSurvey::isEntered(const WalkEntry &entry) const
+{
+    return entry.status.type != FileType::Directory || !m_allBelowLeftOut || !m_allBelowLeftOut(entry.path);
 }
 
 void FolderSurvey::examine(const Path &path, const FileStatus &status)
@@ -60,7 +65,7 @@ void FolderSurvey::examine(const Path &path, const FileStatus &status)
     if (status.type != FileType::Regular || status.size > 0 || m_counted.contains(status.identity))
         return;
     const Result<std::uint32_t> flags = FileSystem::current().flags(path);
-    if (!flags || !(*flags & kCompressedFlag))
+    if (!flags || !(*flags & kCompressedFlag) || (m_leftOut && m_leftOut(path)))
         return;
     const Result<ByteCount> savings = savingsOf(path);
     if (!savings) {

@@ -39,6 +39,7 @@ class FolderSurvey final
 {
 public:
     using Progressed = std::function<void(const SurveyProgress &)>;
+    using LeftOut = std::function<bool(const Path &path)>;
     using FoundDamaged = std::function<void(const Path &file, const std::string &reason)>;
 
     /// `counted` outlives the survey and is shared by those of one round.
@@ -51,11 +52,19 @@ public:
     /// names in this round showed to be sound: a fork may lie beside one name only.
     void setFoundDamaged(FoundDamaged foundDamaged) { m_foundDamaged = std::move(foundDamaged); }
 
+    /// What these say is left out is not looked at, and folders all of whose content is are not entered.
+    void setLeftOut(LeftOut file, LeftOut allBelow)
+    {
+        m_leftOut = std::move(file);
+        m_allBelowLeftOut = std::move(allBelow);
+    }
+
     /// What cannot be read is passed over. Errors: those of `FileSystem::walk` for the folder itself.
     Result<SurveyResult> run(std::stop_token stop);
 
 private:
     Result<std::uint64_t> countEntries(std::stop_token stop) const;
+    bool isEntered(const WalkEntry &entry) const;
     void examine(const Path &path, const FileStatus &status);
     Result<ByteCount> savingsOf(const Path &path) const;
     void nameDamaged();
@@ -65,6 +74,8 @@ private:
     SurveyedFiles &m_counted;
     Progressed m_progressed;
     FoundDamaged m_foundDamaged;
+    LeftOut m_leftOut;
+    LeftOut m_allBelowLeftOut;
     SurveyResult m_result;
     std::map<FileIdentity, std::pair<Path, std::string>> m_damaged;
     unsigned m_percent = 0;

@@ -4,6 +4,7 @@
 #include "Platform/AliasManager.h"
 #include "Platform/Fake/FakeApplicationName.h"
 #include "Platform/Fake/FakeNotificationCenter.h"
+#include "Tests/Support/FileContent.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/TestBundle.h"
@@ -48,6 +49,8 @@ protected:
     {
         setLogSink(keepLine);
         place.settings = PrivateHome::current().root() / "defaults.plist";
+        place.excludedPaths = PrivateHome::current().root() / "excludedPaths.plist";
+        place.excludedExtensions = PrivateHome::current().root() / "excludedExtensions.plist";
         place.history = {PrivateHome::current().root() / "history.db", HistoryFixture::seed(),
                          HistoryFixture::modelFile()};
         place.bundle = makeApplicationBundle(PrivateHome::current().root(), "Helper", "com.example.Helper", "");
@@ -370,10 +373,33 @@ TEST_F(HelperApplicationTest, notices_withNothingToDo_areLogged)
     set("<key>visible</key><false/>");
     receive("com.dovrane.tamsel.visible");
     EXPECT_THAT(logged(), Contains("Visible: off"));
+}
+
+TEST_F(HelperApplicationTest, exclusionLists_changed_areReadLoggedOnceAndSurveyedBy)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(waitFor([this] { return surveys == 1 && !helper->isSurveying(); }));
     receive("com.dovrane.pellix.excludedPaths");
+    EXPECT_FALSE(helper->isSurveying()) << "the lists are as they were";
+    writeFile(place.excludedPaths, "<plist version=\"1.0\"><array><string>/a</string></array></plist>");
+    receive("com.dovrane.pellix.excludedPaths");
+    EXPECT_TRUE(helper->isSurveying());
+    writeFile(place.excludedExtensions, "<plist version=\"1.0\"><array><string>b</string></array></plist>");
     receive("com.dovrane.pellix.excludedExtensions");
-    EXPECT_THAT(logged(), Contains("The excluded paths have changed"));
-    EXPECT_THAT(logged(), Contains("The excluded extensions have changed"));
+    receive("com.dovrane.pellix.excludedExtensions");
+    EXPECT_THAT(logged(), Contains("Excluded: 1 paths, 0 extensions").Times(1));
+    EXPECT_THAT(logged(), Contains("Excluded: 1 paths, 1 extensions").Times(1));
+}
+
+TEST_F(HelperApplicationTest, exclusionLists_changedWhileOff_startNoSurvey)
+{
+    set("<key>active</key><false/>");
+    start();
+    writeFile(place.excludedPaths, "<plist version=\"1.0\"><array><string>/a</string></array></plist>");
+    receive("com.dovrane.pellix.excludedPaths");
+    EXPECT_FALSE(helper->isSurveying());
+    EXPECT_THAT(logged(), Contains("Excluded: 1 paths, 0 extensions"));
 }
 
 TEST_F(HelperApplicationTest, start_withoutABus_surveysOnceAndReadsTheSettingsWhenItComes)

@@ -9,6 +9,8 @@
 
 #include <fstream>
 
+using ::testing::AnyOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
@@ -134,6 +136,42 @@ TEST_F(FolderSurveyTest, links_areNotFollowed)
     std::filesystem::create_symlink(outside, m_folder / "folder");
     std::filesystem::create_symlink(outside / "file", m_folder / "file");
     EXPECT_EQ(survey(m_folder).compressedFiles, 0u);
+}
+
+TEST_F(FolderSurveyTest, leftOutFiles_areNeitherCountedNorNamed)
+{
+    std::filesystem::create_directories(m_folder / "inner/deep");
+    for (const std::string name : {"in", "out", "damaged", "inner/in", "inner/deep/out"})
+        CompressedSample::make(m_folder / name, CompressedSample::text(300000));
+    std::filesystem::remove(m_folder / "._damaged");
+    FolderSurvey survey(m_folder, m_counted);
+    std::vector<Path> entered;
+    survey.setFoundDamaged([](const Path &, const std::string &) { FAIL(); });
+    survey.setLeftOut([](const Path &path) { return path.filename() == "out" || path.filename() == "damaged"; },
+                      [&](const Path &folder) {
+                          entered.push_back(folder);
+                          return folder.filename() == "deep";
+                      });
+    const Result<SurveyResult> result = survey.run({});
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->compressedFiles, 2u);
+    EXPECT_EQ(result->savings, savingsOf(m_folder / "in") + savingsOf(m_folder / "inner/in"));
+    EXPECT_EQ(result->damagedFiles, 0u);
+    EXPECT_THAT(entered, Each(AnyOf(m_folder / "inner", m_folder / "inner/deep"))) << "only folders are asked for";
+}
+
+TEST_F(FolderSurveyTest, folderLeftOutAsAWhole_isNotEntered)
+{
+    FakeFileSystem files;
+    const Override<FileSystem> installed(files);
+    files.addFile("/f/out/file");
+    files.addFile("/f/in/file");
+    FolderSurvey survey("/f", m_counted);
+    std::vector<unsigned> percents;
+    survey.setLeftOut({}, [](const Path &folder) { return folder == "/f/out"; });
+    survey.setProgressed([&](const SurveyProgress &progress) { percents.push_back(progress.percent); });
+    ASSERT_TRUE(survey.run({}));
+    EXPECT_THAT(percents, ElementsAre(0, 33, 66, 99, 100)) << "two folders and one file";
 }
 
 TEST_F(FolderSurveyTest, progress_risesFromZeroToHundredAndStays)

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Classes/PrefPane/ExclusionListFile.h"
+#include "Classes/PrefPane/Exclusions.h"
+#include "Classes/Shared/FolderSurvey.h"
+
+#include <memory>
+#include <mutex>
+
+/// Surveys folders without what the rules and the user's lists exclude. `readLists` on the main thread, the survey on
+/// any.
+class Surveyor final
+{
+public:
+    Surveyor(Path excludedPaths, Path excludedExtensions);
+
+    /// Reads both lists anew and answers whether they say something else than before. One that is not there is empty;
+    /// one that cannot be read counts as it was, and the log says so once.
+    bool readLists();
+
+    /// A `FolderSurvey` that logs what is damaged. What is read meanwhile counts from the next on.
+    Result<SurveyResult> survey(const Path &folder, SurveyedFiles &counted, FolderSurvey::Progressed progressed,
+                                std::stop_token stop) const;
+
+private:
+    struct List
+    {
+        ExclusionListFile file;
+        std::vector<std::string> strings;
+        std::string trouble; ///< with which it could not be read last time
+    };
+
+    static bool read(List &list);
+    std::shared_ptr<const Exclusions> current() const;
+
+    List m_paths;
+    List m_extensions;
+    mutable std::mutex m_mutex; ///< guards what follows
+    std::shared_ptr<const Exclusions> m_exclusions = std::make_shared<const Exclusions>();
+};

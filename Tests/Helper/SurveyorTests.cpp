@@ -1,0 +1,92 @@
+#include "Helper/Surveyor.h"
+
+#include "Classes/PrefPane/PXExclusionRules.h"
+#include "Classes/Shared/Log.h"
+#include "Tests/Support/CompressedSample.h"
+#include "Tests/Support/FileContent.h"
+#include "Tests/Support/PrivateHome.h"
+
+#include <gmock/gmock.h>
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+
+namespace {
+
+std::vector<std::string> s_log;
+
+/// Over real files: "a.one", "a.two", "in/a.one" and "in/a.rule" are compressed.
+class SurveyorTest : public ::testing::Test
+{
+protected:
+    SurveyorTest()
+    {
+        s_log.clear();
+        setLogSink([](const std::string &line) { s_log.push_back(line); });
+        std::filesystem::create_directories(folder / "in");
+        for (const char *name : {"a.one", "a.two", "in/a.one", "in/a.rule"})
+            CompressedSample::make(folder / name, CompressedSample::text(300000));
+    }
+    ~SurveyorTest() override { setLogSink(nullptr); }
+
+    static void store(const Path &file, const std::string &string)
+    {
+        writeFile(file, "<plist version=\"1.0\"><array><string>" + string + "</string></array></plist>");
+    }
+    std::uint64_t counted()
+    {
+        SurveyedFiles files;
+        const auto result = surveyor.survey(folder, files, {}, {});
+        EXPECT_TRUE(result);
+        return result ? result->compressedFiles : 0;
+    }
+
+    Path folder = PrivateHome::current().makeFolder("surveyed");
+    Path paths = PrivateHome::current().root() / "excludedPaths.plist";
+    Path extensions = PrivateHome::current().root() / "excludedExtensions.plist";
+    Surveyor surveyor{paths, extensions};
+};
+
+} // namespace
+
+TEST_F(SurveyorTest, nothingExcluded_everythingCounts)
+{
+    EXPECT_EQ(counted(), 4u) << "before anything was read";
+    EXPECT_FALSE(surveyor.readLists());
+    EXPECT_EQ(counted(), 4u);
+}
+
+TEST_F(SurveyorTest, listsAndRules_areObeyed)
+{
+    PXExclusionRules::sharedExclusionRules()->addRuleForPathSuffix(".rule");
+    surveyor.readLists();
+    EXPECT_EQ(counted(), 3u);
+    store(extensions, "two");
+    EXPECT_TRUE(surveyor.readLists());
+    EXPECT_EQ(counted(), 2u);
+    store(paths, folder / "in");
+    EXPECT_TRUE(surveyor.readLists());
+    EXPECT_EQ(counted(), 1u);
+    std::filesystem::remove(paths);
+    EXPECT_TRUE(surveyor.readLists());
+    EXPECT_EQ(counted(), 2u);
+}
+
+TEST_F(SurveyorTest, listThatCannotBeRead_countsAsItWasAndIsLoggedOnce)
+{
+    store(extensions, "one");
+    ASSERT_TRUE(surveyor.readLists());
+    EXPECT_FALSE(surveyor.readLists());
+    EXPECT_THAT(s_log, SizeIs(1));
+    writeFile(extensions, "garbage");
+    EXPECT_FALSE(surveyor.readLists());
+    EXPECT_FALSE(surveyor.readLists());
+    EXPECT_EQ(counted(), 2u);
+    EXPECT_THAT(s_log, SizeIs(2));
+    EXPECT_THAT(s_log, Contains(HasSubstr("cannot be read")));
+    store(extensions, "two");
+    EXPECT_TRUE(surveyor.readLists());
+    EXPECT_EQ(counted(), 3u);
+    EXPECT_THAT(s_log, SizeIs(3));
+}
