@@ -73,6 +73,7 @@ static std::string sortWords(const Words &words, std::size_t next, Invocation &i
         if (option->argument)
             argument = equals == std::string::npos ? words[++next] : word.substr(equals + 1);
         invocation.options[name] = argument;
+        invocation.allArguments[name].push_back(argument);
     }
     for (const Option &option : invocation.verb().options) {
         if (option.isRequired && !invocation.options.contains(option.name))

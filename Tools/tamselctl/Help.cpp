@@ -13,8 +13,10 @@ std::string synopsis(const Option &option)
 std::string synopsis(const Verb &verb)
 {
     std::string result = std::string("tamselctl ") + verb.name;
-    for (const Option &option : verb.options)
+    for (const Option &option : verb.options) {
         result += option.isRequired ? " " + synopsis(option) : " [" + synopsis(option) + "]";
+        result += option.isRepeatable ? "..." : "";
+    }
     return result + (*verb.operands ? std::string(" ") + verb.operands : "");
 }
 

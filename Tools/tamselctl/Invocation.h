@@ -20,8 +20,9 @@ public:
 
     const Verb &verb() const { return m_verb; }
     bool isJson = false;
-    std::vector<std::string> operands; ///< the bytes of the command line
-    std::map<std::string, std::string> options;
+    std::vector<std::string> operands;                            ///< the bytes of the command line
+    std::map<std::string, std::string> options;                   ///< with the argument that was given last
+    std::map<std::string, std::vector<std::string>> allArguments; ///< of each option that was given, in their order
 
     /// The option's argument as a number from 0 to 2^64-1, or nothing when it was not given or is none.
     std::optional<std::uint64_t> number(const std::string &option) const;

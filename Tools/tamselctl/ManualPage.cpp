@@ -71,8 +71,10 @@ static std::string heading(const Option &option)
 static std::string heading(const Verb &verb)
 {
     std::string result = "\\fB" + plain(verb.name) + "\\fR";
-    for (const Option &option : verb.options)
+    for (const Option &option : verb.options) {
         result += option.isRequired ? " " + heading(option) : " [" + heading(option) + "]";
+        result += option.isRepeatable ? "..." : "";
+    }
     return *verb.operands ? result + " \\fI" + plain(verb.operands) + "\\fR" : result;
 }
 

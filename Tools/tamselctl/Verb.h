@@ -15,6 +15,7 @@ struct Option
     const char *argument; ///< what its argument is called, nullptr when it takes none
     const char *help;     ///< one sentence
     bool isRequired = false;
+    bool isRepeatable = false;
 };
 
 /// One thing that tamselctl does. The table of them is the only place where the command line is described: usage,

@@ -5,6 +5,11 @@ static constexpr Option kListenOptions[] = {
     {"--timeout", "S", "End after S seconds; with --count, having heard fewer by then is a failure."},
 };
 
+static constexpr Option kExcludeOptions[] = {
+    {"--only", nullptr, "No rules but those of the files that are given."},
+    {"--rules", "FILE", "Take the rules of this file too.", false, true},
+};
+
 static constexpr Option kCompressOptions[] = {
     {"--to", "FOLDER", "The existing folder that gets the copies.", true},
 };
@@ -98,6 +103,17 @@ static constexpr Verb kVerbs[] = {
      "Finds a target that was renamed or moved on its volume. Another file that now has the old name is not taken for "
      "it; that is a failure. Neither the record nor the target is changed.",
      resolveAlias},
+    {"must-exclude", "PATH...", 1, kAnyNumber, kExcludeOptions, "Show whether rules forbid to touch a file",
+     "Says of each path whether a rule excludes it from compression, and which: the first kind that matches, in the "
+     "order suffix, prefix, contains, exact, and a rule of that kind. The rules are the operating system's, where it "
+     "has any, then those that come with the helper, then those of each FILE: a property list, XML or binary, with an "
+     "array of dictionaries in which \"RuleType\" is \"Exclude\". The lists of excluded paths and extensions are no "
+     "rules.\n\n"
+     "Paths are compared as they are given, byte by byte: a relative one is not made absolute, links are not followed, "
+     "and no file need be there. A path that is not excluded is no failure; with --json its kind and rule are "
+     "empty.\n\n"
+     " tamselctl must-exclude --only --rules my.plist \"$HOME/film.mkv\"",
+     showExclusionByRules},
     {"compress", "FILE...", 1, kAnyNumber, kCompressOptions, "Write compressed copies of files into a folder",
      "Each copy consists of an empty file NAME with the compressed-file flag and the attribute com.apple.decmpfs, and "
      "of ._NAME beside it with the compressed content. The originals are not touched. Programs that know nothing of "

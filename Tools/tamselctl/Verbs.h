@@ -24,6 +24,9 @@ ExitCode makeAlias(Invocation &invocation);
 ExitCode showAlias(Invocation &invocation);
 ExitCode resolveAlias(Invocation &invocation);
 
+// ExclusionVerbs.cpp
+ExitCode showExclusionByRules(Invocation &invocation);
+
 // CompressVerb.cpp
 ExitCode compressFiles(Invocation &invocation);
 
