@@ -1,6 +1,7 @@
 #include "Platform/Fake/FakeFileLeases.h"
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Platform/Linux/LinuxFileLeases.h"
+#include "Platform/Volumes.h"
 #include "Tests/Support/FileHolder.h"
 #include "Tests/Support/PrivateHome.h"
 
@@ -12,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
@@ -183,6 +185,32 @@ TEST(LinuxFileLeases, leaseAgainstWriters_ownDescriptorForWriting_isBusy)
     ::close(own);
     ASSERT_FALSE(lease);
     EXPECT_EQ(lease.failure().code, ErrorCode::Busy);
+}
+
+TEST(LinuxFileLeases, leaseAgainstWriters_mappedForWritingWithoutADescriptor_isBusy)
+{
+    LinuxWorld world;
+    if (Volumes::current().typeName(world.folder()).valueOr({}) == "overlay")
+        GTEST_SKIP() << "an overlay does not tell of mappings";
+    FileHolder holder([&world] {
+        const int descriptor = ::open(world.file().c_str(), O_RDWR);
+        const void *const memory = ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+        return memory != MAP_FAILED && ::close(descriptor) == 0;
+    });
+    ASSERT_TRUE(holder.isHolding());
+    const auto lease = world.leases().leaseAgainstWriters(world.file());
+    ASSERT_FALSE(lease);
+    EXPECT_EQ(lease.failure().code, ErrorCode::Busy);
+}
+
+TEST(LinuxFileLeases, leaseAgainstWriters_writtenByAnotherUser_isBusy)
+{
+    if (::getuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    LinuxWorld world;
+    FileHolder stranger([&world] { return ::open(world.file().c_str(), O_WRONLY) >= 0 && ::setuid(65534) == 0; });
+    ASSERT_TRUE(stranger.isHolding());
+    EXPECT_FALSE(world.leases().leaseAgainstWriters(world.file()));
 }
 
 TEST(LinuxFileLeases, leaseAgainstWriters_anotherUsersFile_isNotPermitted)
