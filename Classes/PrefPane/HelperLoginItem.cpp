@@ -45,3 +45,15 @@ Result<void> HelperLoginItem::remove()
         return {};
     return LoginWindow::current().storeItems(**items);
 }
+
+Result<void> HelperLoginItem::renew(const Path &helper)
+{
+    Result<std::optional<std::vector<LoginItem>>> items = LoginWindow::current().copyItems();
+    if (!items)
+        return items.failure();
+    if (!*items)
+        return {};
+    std::erase_if(**items, belongsToHelper);
+    (*items)->push_back(itemFor(helper));
+    return LoginWindow::current().storeItems(**items);
+}

@@ -18,4 +18,8 @@ Result<void> add(const Path &helper);
 /// Removes every entry of a helper. Errors: Permission, NoSpace, Io; some of them may be gone.
 Result<void> remove();
 
+/// Puts one entry for the helper's bundle, with its alias record, at the end of the list in the place of every entry of
+/// a helper, in one step: there is one at each time. Errors: Permission, NoSpace, Io; older ones may still be there.
+Result<void> renew(const Path &helper);
+
 } // namespace HelperLoginItem

@@ -23,10 +23,16 @@ void TamselPref::setAutorunAtLogin(bool autorun)
     Q_EMIT autorunAtLoginChanged();
 }
 
+/// Off and on again, but in one step: were this process killed between two, the helper would stay off the list.
 void TamselPref::regenerateAutologinItem()
 {
-    if (!autorunAtLogin())
+    // Where the renamer has just given the bundle another name, the helper is not found and the entry is left to the
+    // next host.
+    const std::optional<Path> helper = helperPath();
+    if (!autorunAtLogin() || !helper)
         return;
-    setAutorunAtLogin(false);
-    setAutorunAtLogin(true);
+    if (const Result<void> stored = HelperLoginItem::renew(*helper); !stored)
+        logLine("Login items could not be changed: " + stored.failure().context);
+    Q_EMIT autorunAtLoginChanged();
+    Q_EMIT autorunAtLoginChanged();
 }

@@ -89,6 +89,16 @@ TEST_F(TamselPrefLoginTest, regenerate_movesTheEntryToTheEndAndRenewsIt)
     loginWindow.addOther("c", kAlike);
     pane().regenerateAutologinItem();
     EXPECT_THAT(paths(), ElementsAre(kOther, kAlike, helperPath().native()));
+    EXPECT_EQ(loginWindow.stores(), 1) << "a crash between two would leave the helper off the list";
+    EXPECT_EQ(notices, 2);
+}
+
+TEST_F(TamselPrefLoginTest, regenerateWhenTheBundleHasBeenRenamed_keepsTheEntry)
+{
+    loginWindow.addOther("a", kOldHelper);
+    std::filesystem::remove_all(helperPath());
+    pane().regenerateAutologinItem();
+    EXPECT_THAT(paths(), ElementsAre(kOldHelper));
 }
 
 TEST_F(TamselPrefLoginTest, regenerateWithoutAnEntry_addsNone)
