@@ -107,6 +107,8 @@ void TamselPrefView::followFolders(const QAbstractItemModel *folders)
     connect(folders, &QAbstractItemModel::rowsInserted, this, &TamselPrefView::showState);
     connect(folders, &QAbstractItemModel::rowsRemoved, this, &TamselPrefView::showState);
     connect(folders, &QAbstractItemModel::modelReset, this, &TamselPrefView::showState);
+    // A folder goes and the sum of former ones comes: as many rows, another count.
+    connect(folders, &QAbstractItemModel::dataChanged, this, &TamselPrefView::showState);
     showState();
 }
 

@@ -204,6 +204,19 @@ TEST_F(TamselPrefViewTest, formerFolders_areSummedInAGreyRowThatCountsAsNone)
     EXPECT_FALSE(pane().foldersTableView()->model()->index(1, 0).flags().testFlag(Qt::ItemIsSelectable));
 }
 
+TEST_F(TamselPrefViewTest, removedFolderWhosePlaceTheSumTakes_isCountedNoLonger)
+{
+    record("/srv/a", 100, 2000);
+    record("/srv/gone", 100, 1000);
+    show();
+    EXPECT_EQ(text("folderCountLabel"), "2 folders");
+    ASSERT_TRUE(HistoryFixture::openDatabase(supportFolder() / "history.db")->removeFolder("/srv/gone"));
+    hear("pellixSavingsChanged");
+    EXPECT_EQ(drawn(1).front(), "Other");
+    EXPECT_EQ(text("folderCountLabel"), "1 folder");
+    EXPECT_THAT(text("stateLabel"), HasSubstr("watches 1 folder."));
+}
+
 TEST_F(TamselPrefViewTest, helperOff_isShownInEveryRow)
 {
     record("/srv/a", 40, 2000);
