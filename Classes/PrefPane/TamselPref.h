@@ -109,6 +109,7 @@ private:
     void checkRunningHelperVersion();
     void warnOnWrongHelperPermissions();
     void observeVisible();
+    void takeOverSwitch(bool on);
     void terminateHost();
     void relaunchSystemPreferencesAndPrefPane();
     void relaunchAfterRename();
@@ -124,4 +125,5 @@ private:
     QPointer<QDialog> m_restartSheet;
     std::optional<std::string> m_relauncherPath;
     std::shared_ptr<RunningApplication> m_helper; ///< the one launched last
+    bool m_isToggling = false;
 };

@@ -35,7 +35,6 @@ void TamselPref::connectHistory()
 void TamselPref::connectControls()
 {
     const Ui::TamselPref &ui = m_view->ui();
-    connect(ui.toggleActiveButton, &QAbstractButton::clicked, this, [this] { toggleActive(toggleActiveButton()); });
     connect(ui.switchView, &SwitchView::clicked, this, [this] { toggleActive(m_view->ui().switchView); });
     connect(ui.iconButton, &QAbstractButton::clicked, this, &TamselPref::addBubble);
     connect(ui.checkForUpdatesButton, &QAbstractButton::clicked, this, &TamselPref::checkForUpdates);
@@ -48,6 +47,7 @@ void TamselPref::connectView()
 {
     PXDefaultsController *const settings = PXDefaultsController::sharedDefaultsController();
     m_view->follow(settings);
+    connect(m_view->ui().toggleActiveButton, &QAbstractButton::toggled, this, &TamselPref::takeOverSwitch);
     connect(m_view, &TamselPrefView::automaticUpdatesChosen, settings, &PXDefaultsController::setCheckForUpdates);
     connect(m_view, &TamselPrefView::visibleChosen, settings, &PXDefaultsController::setVisible);
     connect(m_view, &TamselPrefView::autorunAtLoginChosen, settings, &PXDefaultsController::setAutorunAtLogin);

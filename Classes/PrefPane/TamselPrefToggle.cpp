@@ -8,6 +8,7 @@
 #include "Platform/Workspace.h"
 
 #include <QAbstractButton>
+#include <QScopedValueRollback>
 
 static constexpr double kKnobOff = 89;
 static constexpr double kKnobOn = 142;
@@ -17,6 +18,7 @@ void TamselPref::toggleActive(const QObject *sender)
     if (!Workspace::current().isRunning("com.dovrane.TamselHelper"))
         launchHelper();
     const SuddenTerminationGuard guard;
+    const QScopedValueRollback toggling(m_isToggling, true);
     QAbstractButton *const button = toggleActiveButton();
     if (sender != button)
         button->setChecked(!button->isChecked());
@@ -25,6 +27,14 @@ void TamselPref::toggleActive(const QObject *sender)
     setAutorunAtLogin(on);
     setActiveButton(on, true);
     PXPreferenceCommunicator::sharedCommunicatorController()->notifyHelperActiveStatusChanged();
+}
+
+/// The user has moved the switch: by a click, a key, or with an assistive technology, which toggles without a click.
+/// What follows the stored state changes nothing.
+void TamselPref::takeOverSwitch(bool on)
+{
+    if (!m_isToggling && on != PXDefaultsController::sharedDefaultsController()->helperActive())
+        toggleActive(toggleActiveButton());
 }
 
 void TamselPref::setActiveButton(bool on, bool animated)

@@ -22,12 +22,27 @@ TamselPrefView::TamselPrefView(const Bundle &bundle)
     setUpTable();
     setTotalSavings(0);
 
-    connect(m_ui->automaticUpdatesButton, &QAbstractButton::clicked, this, &TamselPrefView::automaticUpdatesChosen);
-    connect(m_ui->autorunAtLoginButton, &QAbstractButton::clicked, this, &TamselPrefView::autorunAtLoginChosen);
-    connect(m_ui->visibleButton, &QAbstractButton::clicked, this, &TamselPrefView::visibleChosen);
+    connectBoxes();
 }
 
 TamselPrefView::~TamselPrefView() = default;
+
+/// An assistive technology toggles a box without clicking it. A box that only follows what is stored tells nobody.
+void TamselPrefView::connectBoxes()
+{
+    connect(m_ui->automaticUpdatesButton, &QAbstractButton::toggled, this, [this](bool isOn) {
+        if (m_settings && isOn != m_settings->checkForUpdates())
+            Q_EMIT automaticUpdatesChosen(isOn);
+    });
+    connect(m_ui->visibleButton, &QAbstractButton::toggled, this, [this](bool isOn) {
+        if (m_settings && isOn != m_settings->visible())
+            Q_EMIT visibleChosen(isOn);
+    });
+    connect(m_ui->autorunAtLoginButton, &QAbstractButton::toggled, this, [this](bool isOn) {
+        if (isOn != m_isLoginItem)
+            Q_EMIT autorunAtLoginChosen(isOn);
+    });
+}
 
 /// All sizes are read now, so that painting never waits for the disk, and the icon stays when the bundle goes.
 void TamselPrefView::loadIcons(const Bundle &bundle)
@@ -119,6 +134,7 @@ void TamselPrefView::setTotalSavings(quint64 byteCount)
 
 void TamselPrefView::setLoginItem(bool isPresent, bool hasList)
 {
+    m_isLoginItem = isPresent;
     m_ui->autorunAtLoginButton->setChecked(isPresent);
     m_ui->autorunAtLoginButton->setEnabled(hasList);
     m_ui->autorunNote->setVisible(!hasList);

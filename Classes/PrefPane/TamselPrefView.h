@@ -46,6 +46,7 @@ Q_SIGNALS:
     void visibleChosen(bool visible);
 
 private:
+    void connectBoxes();
     void loadIcons(const Bundle &bundle);
     void setUpFonts();
     void setUpTable();
@@ -57,4 +58,5 @@ private:
     PXDefaultsController *m_settings = nullptr;
     const QAbstractItemModel *m_folders = nullptr;
     bool m_isHelperRunning = false;
+    bool m_isLoginItem = false;
 };

@@ -4,6 +4,7 @@
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
 
+#include <QAccessible>
 #include <QImage>
 #include <QMessageBox>
 #include <QPushButton>
@@ -161,6 +162,13 @@ void PaneFixture::endAlert()
     auto *const box = qobject_cast<QMessageBox *>(host.attachedSheet(&window));
     ASSERT_NE(box, nullptr);
     box->buttons().front()->click();
+}
+
+void PaneFixture::toggleByAccessibleAction(QWidget &widget)
+{
+    QAccessibleInterface *const interface = QAccessible::queryAccessibleInterface(&widget);
+    ASSERT_TRUE(interface && interface->actionInterface());
+    interface->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
 }
 
 bool PaneFixture::hasLine(const std::string &line) const

@@ -126,6 +126,9 @@ protected:
 
     static std::vector<std::string> &log();
 
+    /// As a screen reader does it.
+    static void toggleByAccessibleAction(QWidget &widget);
+
     QWidget window;
     Journal journal;
     FakeNotificationCenter center;

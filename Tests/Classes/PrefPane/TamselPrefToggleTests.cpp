@@ -111,6 +111,32 @@ TEST_F(TamselPrefToggleTest, clickedItself_takesTheStateItHas)
     EXPECT_TRUE(storedActive());
 }
 
+TEST_F(TamselPrefToggleTest, toggledByAnAssistiveTechnology_doesWhatAClickDoes)
+{
+    loginWindow.addOther("other", "/opt/other/Other.app");
+    loadAndSelect();
+    pane().setAutorunAtLogin(true);
+    for (const bool isOn : {false, true}) {
+        journal.clear();
+        toggleByAccessibleAction(knob());
+        EXPECT_EQ(knob().isChecked(), isOn);
+        EXPECT_EQ(storedActive(), isOn);
+        EXPECT_EQ(pane().autorunAtLogin(), isOn);
+        EXPECT_THAT(journal.lines(), ElementsAre("post com.dovrane.pellix.active"));
+        finishSliding();
+        EXPECT_EQ(knob().x(), isOn ? 142 : 89);
+    }
+}
+
+TEST_F(TamselPrefToggleTest, switchThatFollowsTheStoredState_tellsNobody)
+{
+    loadAndSelect();
+    PXDefaultsController::sharedDefaultsController()->setHelperActive(false);
+    pane().didSelect();
+    EXPECT_FALSE(knob().isChecked());
+    EXPECT_THAT(journal.lines(), IsEmpty());
+}
+
 TEST_F(TamselPrefToggleTest, clickBesideTheKnob_flipsToo_butNotOutsideTheTrack)
 {
     loadAndSelect();

@@ -138,6 +138,19 @@ TEST_F(TamselPrefViewTest, checkBoxes_changeTheSettingsAndFollowThem)
     EXPECT_TRUE(find<QCheckBox>("visibleButton").isChecked());
 }
 
+TEST_F(TamselPrefViewTest, checkBoxes_toggledByAnAssistiveTechnology_changeTheSettings)
+{
+    loginWindow.addOther("a", "/opt/other/Other.app");
+    show();
+    journal.clear();
+    for (const char *name : {"automaticUpdatesButton", "visibleButton", "autorunAtLoginButton"})
+        toggleByAccessibleAction(find<QCheckBox>(name));
+    EXPECT_FALSE(settings()->checkForUpdates());
+    EXPECT_FALSE(settings()->visible());
+    EXPECT_TRUE(pane().autorunAtLogin());
+    EXPECT_THAT(journal.lines(), ElementsAre("post pellixHelperDisableUpdates", "post com.dovrane.tamsel.visible"));
+}
+
 TEST_F(TamselPrefViewTest, startAtLogin_showsWhatTheListHolds)
 {
     loginWindow.addOther("a", "/opt/other/Other.app");
