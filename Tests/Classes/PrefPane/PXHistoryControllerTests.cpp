@@ -226,6 +226,29 @@ TEST_F(PXHistoryControllerTest, selection_sameNumberOfRows_survivesARefresh)
     EXPECT_EQ(m_array.arrangedObjects().front().savings, 40U);
 }
 
+TEST_F(PXHistoryControllerTest, selection_lostWhileTheRowsAreRenewed_isRestoredByItsPlaces)
+{
+    record("/a", 10);
+    record("/b", 20);
+    record("/c", 30);
+    useTable();
+    m_table.sortByColumn(FoldersArrayController::SavingsColumn, Qt::DescendingOrder);
+    const auto loseSelection = [&] { m_array.selectionModel()->clear(); };
+    QObject::connect(controller(), &PXHistoryController::historyArrayChanged, &m_array, loseSelection);
+    m_array.setSelectionIndexes({0, 2});
+
+    ASSERT_TRUE(m_database->setProgress(1, 60, 40)); // now the first
+    announceSavings();
+    ASSERT_THAT(m_array.selectionIndexes(), ElementsAre(0, 2));
+    EXPECT_EQ(m_array.selectedObjects().front().folder, "/a");
+    EXPECT_TRUE(m_table.selectionModel()->isRowSelected(2));
+    EXPECT_FALSE(m_table.selectionModel()->isRowSelected(1));
+
+    record("/d", 5);
+    announceSavings();
+    EXPECT_THAT(m_array.selectionIndexes(), IsEmpty()) << "there is another number of rows";
+}
+
 TEST_F(PXHistoryControllerTest, selection_rowAppearsOrGoes_isNotRestored)
 {
     record("/a", 10);
