@@ -11,6 +11,7 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
                              QTableView *table)
     : QWidget(table->viewport())
     , m_table(table)
+    , m_spoken(heading + QStringLiteral(". ") + explanation + QLatin1Char(' ') + command)
 {
     auto *const title = new QLabel(heading, this);
     QFont bold = font();
@@ -25,7 +26,7 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     line->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     line->setTextFormat(Qt::PlainText);
     line->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    line->setAccessibleName(tr("Command that adds a folder"));
+    line->setAccessibleName(tr("Command that adds a folder: %1").arg(command));
     line->setAlignment(Qt::AlignCenter);
     line->setWordWrap(true);
 
@@ -60,5 +61,8 @@ bool EmptyListNote::eventFilter(QObject *watched, QEvent *event)
 void EmptyListNote::showOrHide()
 {
     setGeometry(m_table->viewport()->rect());
-    setVisible(!m_model || m_model->rowCount() == 0);
+    const bool isEmpty = !m_model || m_model->rowCount() == 0;
+    setVisible(isEmpty);
+    // What lies over a table's cells is in no tree that is read aloud.
+    m_table->setAccessibleDescription(isEmpty ? m_spoken : QString());
 }

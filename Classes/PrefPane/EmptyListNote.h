@@ -5,7 +5,8 @@
 class QAbstractItemModel;
 class QTableView;
 
-/// Stands in the middle of a table that has no rows and says how to begin. The table owns it.
+/// Stands in the middle of a table that has no rows and says how to begin, in the table's accessible description too.
+/// The table owns it.
 class EmptyListNote final : public QWidget
 {
     Q_OBJECT
@@ -23,5 +24,6 @@ private:
     void showOrHide();
 
     QTableView *m_table;
+    QString m_spoken;
     const QAbstractItemModel *m_model = nullptr;
 };

@@ -9,6 +9,7 @@
 #include "Tests/Support/HistoryFixture.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
@@ -20,6 +21,7 @@
 
 #include <set>
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -92,6 +94,22 @@ TEST_F(TamselPrefViewTest, everyControl_hasAnAccessibleName)
         ++count;
     }
     EXPECT_GE(count, 10);
+}
+
+TEST_F(TamselPrefViewTest, whatIsToBeRead_isSpokenToo)
+{
+    show();
+    const auto nameOf = [](QWidget &widget) {
+        return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Name).toStdString();
+    };
+    EXPECT_EQ(nameOf(find<QLabel>("versionNumberTextField")), "1.2.3");
+    EXPECT_EQ(nameOf(find<QLabel>("totalSavingsTextField")), "-");
+    const std::string begin = pane().foldersTableView()->accessibleDescription().toStdString();
+    EXPECT_THAT(begin, AllOf(HasSubstr("No folders yet"), HasSubstr("foldersToAdd+=FOLDER")));
+    record("/srv/a", 40, 1500000000);
+    hear("pellixSavingsChanged");
+    EXPECT_EQ(nameOf(find<QLabel>("totalSavingsTextField")), "1.50 GB");
+    EXPECT_EQ(pane().foldersTableView()->accessibleDescription(), QString());
 }
 
 TEST_F(TamselPrefViewTest, tab_reachesEveryControlOfAPage)
