@@ -8,16 +8,25 @@
 
 static constexpr QSize kIconSize(24, 24);
 
+/// Read now, so that no painting has to look for the theme's files. Selected it looks the same: tinted with the colour
+/// of the selection a blue folder is hardly to be seen on it.
+static QIcon iconOf(QStyle::StandardPixmap which)
+{
+    const QIcon themed = QApplication::style()->standardIcon(which);
+    QIcon icon;
+    for (const double ratio : {1.0, 2.0, 3.0}) {
+        const QPixmap pixmap = themed.pixmap(kIconSize, ratio);
+        icon.addPixmap(pixmap, QIcon::Normal);
+        icon.addPixmap(pixmap, QIcon::Selected);
+    }
+    return icon;
+}
+
 FoldersTableDelegate::FoldersTableDelegate(QObject *parent)
     : QStyledItemDelegate(parent)
-    , m_folderIcon(QApplication::style()->standardIcon(QStyle::SP_DirIcon))
-    , m_plainIcon(QApplication::style()->standardIcon(QStyle::SP_FileIcon))
+    , m_folderIcon(iconOf(QStyle::SP_DirIcon))
+    , m_plainIcon(iconOf(QStyle::SP_FileIcon))
 {
-    // Read now, so that no painting has to look for the theme's files.
-    for (const QIcon &icon : {m_folderIcon, m_plainIcon}) {
-        icon.pixmap(kIconSize, 1.0);
-        icon.pixmap(kIconSize, 2.0);
-    }
 }
 
 QString FoldersTableDelegate::displayText(const QVariant &value, const QLocale &) const
