@@ -17,6 +17,8 @@ public:
     QPushButton *actionButton() const { return m_action; }
     QPushButton *cancelButton() const { return m_cancel; }
 
+    void setTexts(const QString &heading, const QString &explanation);
+
     /// The picture beside the heading.
     void setPicture(const QPixmap &picture);
 
@@ -24,6 +26,8 @@ public:
 
 private:
     QLabel *m_picture = nullptr;
+    QLabel *m_heading = nullptr;
+    QLabel *m_explanation = nullptr;
     QPushButton *m_action = nullptr;
     QPushButton *m_cancel = nullptr;
 };

@@ -1,5 +1,6 @@
 #include "Classes/PrefPane/TamselPref.h"
 
+#include "Classes/PrefPane/ConfirmationSheet.h"
 #include "Classes/PrefPane/IconButton.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
@@ -10,8 +11,6 @@
 #include "Platform/HostApplication.h"
 #include "Platform/Workspace.h"
 #include "ui_TamselPref.h"
-
-#include <QDialog>
 
 static constexpr const char *kHelperIdentifier = "com.dovrane.TamselHelper";
 static const std::string kSite = "https://www.tamsel.example";
@@ -29,7 +28,7 @@ TamselPref::TamselPref(Bundle bundle)
 TamselPref::~TamselPref()
 {
     // A sheet that was shown belongs to its window.
-    for (const QPointer<QDialog> &sheet : {m_uninstallSheet, m_restartSheet}) {
+    for (const QPointer<ConfirmationSheet> &sheet : {m_uninstallSheet, m_restartSheet}) {
         if (sheet && !sheet->parentWidget())
             delete sheet;
     }

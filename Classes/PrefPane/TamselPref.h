@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+class ConfirmationSheet;
 class IconButton;
 class KeyframeAnimation;
 class Layer;
@@ -115,14 +116,15 @@ private:
     void relaunchAfterRename();
     void startRelaunchTool(const std::string &path);
     void removeOwnFiles();
+    void sayWhatIsLeft();
     void showCustomSheet(QDialog *sheet);
     void didEndSheet(QDialog *sheet);
     void animateBubbleLayer(Layer *layer);
     void animationDidStop(KeyframeAnimation *animation, bool finished);
 
     QPointer<TamselPrefView> m_view; ///< the host's
-    QPointer<QDialog> m_uninstallSheet;
-    QPointer<QDialog> m_restartSheet;
+    QPointer<ConfirmationSheet> m_uninstallSheet;
+    QPointer<ConfirmationSheet> m_restartSheet;
     std::optional<std::string> m_relauncherPath;
     std::shared_ptr<RunningApplication> m_helper; ///< the one launched last
     bool m_isToggling = false;

@@ -3,8 +3,10 @@
 #include "Classes/PrefPane/ConfirmationSheet.h"
 #include "Classes/PrefPane/PXPreferenceCommunicator.h"
 #include "Classes/PrefPane/TamselPrefView.h"
+#include "Platform/FileSystem.h"
 #include "Platform/HostApplication.h"
 
+#include <QFile>
 #include <QPushButton>
 
 /// Ends the sheet that the host's main window shows, if it shows one.
@@ -62,13 +64,27 @@ void TamselPref::uninstall()
     relaunchSystemPreferences();
     PXPreferenceCommunicator::sharedCommunicatorController()->notifyHelperShouldQuit();
     removeOwnFiles();
+    sayWhatIsLeft();
     showCustomSheet(m_restartSheet);
+}
+
+/// The remover leaves what is not the user's alone; whoever restarts finds the pane there again.
+void TamselPref::sayWhatIsLeft()
+{
+    if (!m_restartSheet || !FileSystem::current().status(bundle().path()))
+        return;
+    m_restartSheet->setTexts(
+        tr("Tamsel could not be removed"),
+        tr("It is installed for all users, or lies where it may not be deleted from here. Remove it with the package "
+           "manager, or delete %1 by hand, and then restart System Preferences. The helper has been told to end, and "
+           "it is no longer started at login.")
+            .arg(QFile::decodeName(bundle().path().c_str())));
 }
 
 void TamselPref::showCustomSheet(QDialog *sheet)
 {
     QWidget *const window = HostApplication::current().mainWindow();
-    if (!sheet || (window && HostApplication::current().attachedSheet(window) == sheet))
+    if (!sheet || HostApplication::current().attachedSheet(window) == sheet)
         return;
     HostApplication::current().beginSheet(sheet, window, [self = QPointer(this), sheet = QPointer(sheet)](int) {
         if (self && sheet)

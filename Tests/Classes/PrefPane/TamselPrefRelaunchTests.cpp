@@ -13,6 +13,7 @@
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -158,6 +159,24 @@ TEST_F(TamselPrefRelaunchTest, uninstall_goesThroughItsSteps)
     pane().restart();
     EXPECT_EQ(host.attachedSheet(&window), nullptr);
     EXPECT_EQ(host.terminations(), 1);
+}
+
+TEST_F(TamselPrefRelaunchTest, uninstalled_asksForTheRestart)
+{
+    std::ofstream(bundlePath() / "Contents/Resources/TamselRemover") << "#!/bin/sh\nrm -r " << bundlePath().native();
+    load();
+    pane().uninstall();
+    ASSERT_FALSE(fs::exists(bundlePath()));
+    EXPECT_EQ(pane().restartSheet()->windowTitle(), QStringLiteral("System Preferences needs a restart"));
+}
+
+TEST_F(TamselPrefRelaunchTest, uninstallThatLeavesTheBundle_saysSo)
+{
+    load();
+    pane().uninstall();
+    ASSERT_TRUE(fs::exists(bundlePath()));
+    EXPECT_EQ(pane().restartSheet()->windowTitle(), QStringLiteral("Tamsel could not be removed"));
+    EXPECT_THAT(pane().restartSheet()->accessibleDescription().toStdString(), HasSubstr(bundlePath().native()));
 }
 
 TEST_F(TamselPrefRelaunchTest, sheetsButtons_doWhatTheySay)
