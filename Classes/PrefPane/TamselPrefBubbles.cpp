@@ -17,16 +17,22 @@ static QString opacityKey()
     return QStringLiteral("opacity");
 }
 
+/// The image of a bubble, sharp on that display where there is such a one; none when it is missing.
+static QPixmap bubbleImage(const Bundle &bundle, double devicePixelRatio)
+{
+    std::optional<Path> image = devicePixelRatio > 1 ? bundle.resource("bubble@2x", "png") : std::nullopt;
+    if (!image)
+        image = bundle.resource("bubble", "png");
+    return image ? QPixmap(QFile::decodeName(image->c_str())) : QPixmap();
+}
+
 void TamselPref::addBubble()
 {
     IconButton *const icon = iconButton();
     if (!icon)
         return;
-    const std::optional<Path> image = bundle().resource(icon->devicePixelRatioF() > 1 ? "bubble@2x" : "bubble", "png");
-    if (!image)
-        return;
     auto layer = std::make_unique<Layer>();
-    layer->setContents(QPixmap(QFile::decodeName(image->c_str())));
+    layer->setContents(bubbleImage(bundle(), icon->devicePixelRatioF()));
     layer->setBounds({0, 0, 20, 20});
     layer->setPosition({100, 35});
     layer->setOpacity(0);

@@ -41,8 +41,10 @@ void TamselPref::warnOnWrongHelperPermissions()
     static bool s_hasWarned = false;
     if (std::exchange(s_hasWarned, true))
         return;
+    // A host that has only begun to show its window has no key window yet.
+    QWidget *const key = HostApplication::current().keyWindow();
     AlertSheet::alertWithMessageText("Permissions Issue", "OK", {}, {},
                                      "Tamsel Helper application has the wrong permissions, and will probably not run. "
                                      "Please reinstall Tamsel or change the permissions manually, or contact support.")
-        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+        .beginSheetModalForWindow(key ? key : HostApplication::current().mainWindow(), {});
 }

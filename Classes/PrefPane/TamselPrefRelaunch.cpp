@@ -40,7 +40,7 @@ static void runTool(const Path &tool)
 Path TamselPref::relaunchTool() const
 {
     const Path helper = helperPath().value_or(Path());
-    return helper / "Contents/Frameworks/Sparkle.framework/Resources/relaunch";
+    return helper.native() + "/Contents/Frameworks/Sparkle.framework/Resources/relaunch";
 }
 
 void TamselPref::checkIfRenamingIsNecessary()

@@ -44,6 +44,14 @@ TEST_F(TamselPrefHelperTest, otherPermissions_causeOneAlertInTheProcess)
     EXPECT_EQ(workspace.launched().size(), 2u);
 }
 
+TEST_F(TamselPrefHelperTest, otherPermissionsBeforeThereIsAKeyWindow_areToldOnTheMainWindow)
+{
+    setMode(0775);
+    loadView();
+    pane().mainViewDidLoad();
+    EXPECT_EQ(alertText(), kPermissionsAlert);
+}
+
 TEST_F(TamselPrefHelperTest, unreadablePermissions_areIgnored)
 {
     fs::remove(helperPath() / "Contents/MacOS/TamselHelper");

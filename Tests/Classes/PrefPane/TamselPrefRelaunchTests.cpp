@@ -74,6 +74,19 @@ TEST_F(TamselPrefRelaunchTest, aMissingTool_isOnlyLogged)
     EXPECT_THAT(log(), ElementsAre("The relaunch tool could not be started: " + copy().native()));
 }
 
+TEST_F(TamselPrefRelaunchTest, aMissingHelper_letsNoToolOfTheWorkingDirectoryRun)
+{
+    const fs::path planted = "Contents/Frameworks/Sparkle.framework/Resources/relaunch";
+    fs::current_path(folder());
+    fs::create_directories(planted.parent_path());
+    std::ofstream(planted) << "#!/bin/sh\n";
+    fs::remove_all(helperPath());
+    load();
+    pane().relaunchSystemPreferences();
+    EXPECT_EQ(*pane().relauncherPath(), "/" + planted.native());
+    EXPECT_FALSE(fs::exists(copy()));
+}
+
 TEST_F(TamselPrefRelaunchTest, rename_warnsAndThenRelaunchesWithThePane)
 {
     load();

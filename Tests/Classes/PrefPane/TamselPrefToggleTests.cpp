@@ -219,6 +219,14 @@ TEST_F(TamselPrefToggleTest, addBubble_placesAnInvisibleLayerThatStartsAMomentLa
     EXPECT_NE(bubble->animation(QStringLiteral("position")), nullptr);
 }
 
+TEST_F(TamselPrefToggleTest, bubbleWithoutAnImage_isALayerAllTheSame)
+{
+    std::filesystem::remove(bundlePath() / "Contents/Resources/bubble.png");
+    loadView();
+    pane().addBubble();
+    EXPECT_EQ(iconLayer().sublayers().size(), 1u);
+}
+
 TEST_F(TamselPrefToggleTest, finishedBubble_goes_andOnlyThatOne)
 {
     loadView();
