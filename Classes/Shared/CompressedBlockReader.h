@@ -13,6 +13,7 @@ public:
     static Result<CompressedBlockReader> open(std::unique_ptr<ReadableFork> fork);
 
     const CompressedFork &heads() const { return m_heads; }
+    const ReadableFork &fork() const { return *m_fork; }
     ByteCount forkSize() const { return m_fork->size(); }
     std::uint32_t count() const { return m_heads.blockHead.numBlocks; }
 

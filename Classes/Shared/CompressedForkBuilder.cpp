@@ -1,16 +1,12 @@
 #include "Classes/Shared/CompressedForkBuilder.h"
 
 #include "Classes/Shared/DVHFSCompressionStructsHelper.h"
+#include "Classes/Shared/FastZlib.h"
 
 #include <algorithm>
 #include <limits>
-#include <memory>
-
-#include <libdeflate.h>
 
 using Helper = DVHFSCompressionStructsHelper;
-
-static constexpr int kLevel = 6;
 
 template <class Structure>
 static void append(Bytes &bytes, const Structure &structure)
@@ -22,23 +18,19 @@ static void append(Bytes &bytes, const Structure &structure)
 /// Deflates block after block behind `fork` and notes each in the table, with offsets from the start of the blocks.
 static Result<void> appendBlocks(ByteView content, Bytes &fork, std::vector<HFSPlusCmpfRsrcBlock> &table)
 {
-    const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor *)> compressor(
-        ::libdeflate_alloc_compressor(kLevel), ::libdeflate_free_compressor);
-    if (!compressor)
-        return Failure{ErrorCode::Io, ENOMEM, "there is not enough memory"};
+    FastZlib zlib;
     ByteCount offset = 0;
     while (!content.empty()) {
         const ByteView block = content.first(std::min<std::size_t>(content.size(), kCompressionBlockSize));
         // What does not shrink is stored inside the stream, which makes it a few bytes longer: a short last block still
         // fits then, a full one does not.
         Bytes packed(kCompressionBlockSize);
-        const std::size_t length =
-            ::libdeflate_zlib_compress(compressor.get(), block.data(), block.size(), packed.data(), packed.size());
-        if (length == 0)
+        const std::optional<std::size_t> length = zlib.deflate(block, packed);
+        if (!length)
             return Failure{ErrorCode::NotSupported, 0, "a part of the file does not become smaller"};
-        table.push_back({std::uint32_t(offset), std::uint32_t(length)});
-        fork.insert(fork.end(), packed.begin(), packed.begin() + std::ptrdiff_t(length));
-        offset += length;
+        table.push_back({std::uint32_t(offset), std::uint32_t(*length)});
+        fork.insert(fork.end(), packed.begin(), packed.begin() + std::ptrdiff_t(*length));
+        offset += *length;
         content = content.subspan(block.size());
     }
     return {};

@@ -208,6 +208,8 @@ Result<bool> LinuxOutputFile::replace(const Path &destination, const FileStatus 
         return named.failure();
     if (const Result<void> unchanged = checkUnchanged(folder->get(), destination, examined); !unchanged)
         return unchanged.failure();
+    if (const Result<void> handed = handOverAttributes(destination); !handed)
+        return handed.failure();
     removeCompanion();
     const Path from = m_path.filename();
     const Path to = destination.filename();
@@ -223,7 +225,34 @@ Result<void> LinuxOutputFile::setFlags(std::uint32_t flags)
     return FlagNumber::write(m_lock.get(), flags);
 }
 
-/// What an attribute that did not fit has left beside the scratch file; the original's companion has it still.
+/// An attribute that did not fit into the scratch file stands in a companion of that name, which stays behind. It has
+/// to be in the destination's before the rename: there is no moment then in which it is nowhere.
+Result<void> LinuxOutputFile::handOverAttributes(const Path &destination) const
+{
+    struct stat maker = {};
+    maker.st_uid = ::geteuid(); // whose the companion is, whoever was given the file
+    const Result<Companion> companion = Companion::open(m_path, maker);
+    if (!companion && companion.failure().code == ErrorCode::NotFound)
+        return {};
+    if (!companion)
+        return companion.failure();
+    struct stat status = {};
+    if (::lstat(destination.c_str(), &status) != 0)
+        return Failure::fromErrno(errno, "lstat", destination);
+    const Result<Companion> present = Companion::open(destination, status);
+    for (const auto &[name, range] : companion->layout().attributes) {
+        const Result<Bytes> value = companion->attribute(name);
+        if (!value)
+            return value.failure();
+        const Result<Bytes> old = present ? present->attribute(name) : present.failure();
+        if (old && *old == *value)
+            continue;
+        if (Result<void> set = Companion::setAttribute(destination, status, name, *value); !set)
+            return set;
+    }
+    return {};
+}
+
 void LinuxOutputFile::removeCompanion() const
 {
     struct stat status = {};

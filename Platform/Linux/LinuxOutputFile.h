@@ -29,6 +29,7 @@ private:
     Result<void> make(mode_t mode);
     Result<void> checkName() const;
     Result<void> sync() const;
+    Result<void> handOverAttributes(const Path &destination) const;
     void removeCompanion() const;
 
     Descriptor m_folder;
