@@ -52,14 +52,12 @@ static std::optional<unsigned long> flagsIn(const char *text)
 
 static std::uint32_t accessOf(unsigned long flags)
 {
-    if (flags & O_PATH)
-        return Processes::kReading;
     switch (flags & O_ACCMODE) {
     case O_WRONLY:
         return Processes::kWriting;
     case O_RDWR:
         return Processes::kReading | Processes::kWriting;
-    default: // reading, or 3: good for device controls only
+    default: // reading; naming only, for which the system keeps no access; or 3, for device controls only
         return Processes::kReading;
     }
 }

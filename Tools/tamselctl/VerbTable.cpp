@@ -14,6 +14,11 @@ static constexpr Option kCompressOptions[] = {
     {"--to", "FOLDER", "The existing folder that gets the copies.", true},
 };
 
+static constexpr Option kIsOpenOptions[] = {
+    {"--writing", nullptr, "Tell whether a process writes to it, too."},
+    {"--excluding-own", nullptr, "Leave tamselctl itself out; with --writing, of that answer alone."},
+};
+
 static constexpr Verb kVerbs[] = {
     {"status",
      "",
@@ -135,6 +140,33 @@ static constexpr Verb kVerbs[] = {
      "of each), the logical and the occupied size. What is wrong with them is printed too and makes the exit "
      "status 1. A file that is not compressed is no fault.",
      inspectFile},
+    {"users",
+     "FILE",
+     1,
+     1,
+     {},
+     "Show which processes use a file or folder",
+     "One line for each process: its number, and how it has the file open, as far as its first descriptor of it tells. "
+     "The file is known by what it is, not by its name; a link is not followed. A process whose working directory it "
+     "is counts as one that writes. With --json the keys are pid, mode (0 reading, 1 writing, 2 both, 65535 working "
+     "directory) and isWriting.\n\n"
+     "Other users' processes are told to root only. A file that is mapped into memory and no longer open is not seen.",
+     showUsers},
+    {"is-open", "FILE", 1, 1, kIsOpenOptions, "Tell whether any process uses a file or folder",
+     "Prints isOpen, and with --writing also forWriting. The exit status is 0 whatever the answer; what \"users\" says "
+     "of processes that are not seen holds here.",
+     showWhetherOpen},
+    {"volume",
+     "PATH...",
+     1,
+     kAnyNumber,
+     {},
+     "Show on what kind of volume files or folders lie",
+     "Prints for each path, whose last link is followed, a number that is the same for paths between which a file can "
+     "be renamed (volumeReferenceNumber, which holds for this call alone), the type of the file system (\"hfs\" for "
+     "those with transparent compression), whether the volume is removable, ejectable, on a bus inside or outside the "
+     "machine, and writable, and what its format can do: exchangedataSupported is yes where a journal is in use.",
+     showVolumes},
 };
 
 static constexpr ManualSection kSections[] = {

@@ -32,3 +32,10 @@ ExitCode compressFiles(Invocation &invocation);
 
 // InspectVerb.cpp
 ExitCode inspectFile(Invocation &invocation);
+
+// UsageVerbs.cpp
+ExitCode showUsers(Invocation &invocation);
+ExitCode showWhetherOpen(Invocation &invocation);
+
+// VolumeVerb.cpp
+ExitCode showVolumes(Invocation &invocation);
