@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,11 +99,11 @@ TEST_F(LinuxWorkspaceTest, launchedGivesUpItsName_isNoLongerRunningThoughItHasNo
     SessionBus otherBus;
     BusApplicationName child(otherBus); // stands for the child's own connection
     ASSERT_TRUE(workspace.launchApplication(bundle));
-    child.claim(kIdentifier, [](ApplicationName::Claim) {});
+    std::optional<ApplicationName::Claim> claim;
+    child.claim(kIdentifier, [&](ApplicationName::Claim answer) { claim = answer; });
     std::vector<bool> changes;
     workspace.watchRunning(kIdentifier, [&](bool isRunning) { changes.push_back(isRunning); });
-    ASSERT_TRUE(waitFor([] { return !output().empty(); }));
-    runFor(100);
+    ASSERT_TRUE(waitFor([&] { return !output().empty() && claim; }));
     EXPECT_TRUE(workspace.isRunning(kIdentifier));
     child.release(kIdentifier);
     ASSERT_TRUE(waitFor([&] { return !workspace.isRunning(kIdentifier); }));
