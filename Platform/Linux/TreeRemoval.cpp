@@ -24,12 +24,26 @@ struct Name
 
 } // namespace
 
+/// A part of the same volume can be mounted again, so that the device number alone does not tell.
+static bool isMountPoint(const struct statx &status)
+{
+    return status.stx_attributes & STATX_ATTR_MOUNT_ROOT;
+}
+
+static Failure mountedInside()
+{
+    return {ErrorCode::Busy, EBUSY, "something is mounted inside"};
+}
+
 static Result<std::vector<Name>> namesIn(const Descriptor &directory)
 {
-    const std::unique_ptr<DIR, int (*)(DIR *)> stream(::fdopendir(::openat(directory.get(), ".", kDirectory)),
-                                                      ::closedir);
+    Descriptor again(::openat(directory.get(), ".", kDirectory));
+    if (!again)
+        return Failure::fromErrno(errno, "openat");
+    const std::unique_ptr<DIR, int (*)(DIR *)> stream(::fdopendir(again.get()), ::closedir);
     if (!stream)
         return Failure::fromErrno(errno, "fdopendir");
+    again.release(); // closed with the stream
     std::vector<Name> names;
     for (;;) {
         errno = 0;
@@ -39,12 +53,14 @@ static Result<std::vector<Name>> namesIn(const Descriptor &directory)
         if (!entry)
             return names;
         const std::string name = entry->d_name;
-        struct stat status = {};
         if (name == "." || name == "..")
             continue;
-        if (::fstatat(directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-            return Failure::fromErrno(errno, "fstatat", name);
-        names.push_back({name, S_ISDIR(status.st_mode)});
+        struct statx status = {};
+        if (::statx(directory.get(), name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE, &status) != 0)
+            return Failure::fromErrno(errno, "statx", name);
+        if (isMountPoint(status))
+            return mountedInside();
+        names.push_back({name, S_ISDIR(status.stx_mode)});
     }
 }
 
@@ -55,7 +71,7 @@ static Result<void> goThrough(const Descriptor &directory, dev_t device, Step st
     if (::fstat(directory.get(), &status) != 0)
         return Failure::fromErrno(errno, "fstat");
     if (status.st_dev != device)
-        return Failure{ErrorCode::Busy, EBUSY, "something is mounted inside"};
+        return mountedInside();
     if (depth > kDeepest)
         return Failure{ErrorCode::TooLarge, 0, "the folders lie too deep in one another"};
     const Result<std::vector<Name>> names = namesIn(directory);
@@ -87,7 +103,10 @@ Result<void> removeTree(const Path &parent, const std::string &name, const FileI
     struct stat status = {}, around = {};
     if (::fstat(top.get(), &status) != 0 || ::fstat(above.get(), &around) != 0)
         return Failure::fromErrno(errno, "fstat", parent / name);
-    if (FileIdentity{status.st_dev, status.st_ino} != expected || around.st_dev != status.st_dev)
+    struct statx mount = {};
+    if (::statx(top.get(), "", AT_EMPTY_PATH, STATX_TYPE, &mount) != 0)
+        return Failure::fromErrno(errno, "statx", parent / name);
+    if (FileIdentity{status.st_dev, status.st_ino} != expected || around.st_dev != status.st_dev || isMountPoint(mount))
         return Failure{ErrorCode::Busy, 0, "something else is at " + (parent / name).native()};
     for (const Step step : {Step::Check, Step::Remove}) {
         if (Result<void> done = goThrough(top, status.st_dev, step, 0); !done)
