@@ -136,6 +136,7 @@ Result<void> FakeFileSystem::createForkedFile(const Path &path, const NewForkedF
     made->status.owner = file.like.owner;
     made->status.group = file.like.group;
     made->status.modified = file.like.modified;
+    made->status.modifiedNanoseconds = file.like.modifiedNanoseconds;
     made->attributes.insert(file.attributes.begin(), file.attributes.end());
     made->fork = Bytes(file.fork.begin(), file.fork.end());
     made->flags = file.flags;

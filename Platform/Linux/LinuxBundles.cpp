@@ -2,7 +2,10 @@
 
 Result<Bundle> LinuxBundles::open(const Path &path) const
 {
-    Path absolute = std::filesystem::absolute(path);
+    std::error_code failure;
+    Path absolute = std::filesystem::absolute(path, failure);
+    if (failure) // the working directory is gone
+        return Failure::fromErrno(failure.value(), "absolute", path);
     if (!absolute.has_filename())
         absolute = absolute.parent_path();
     const Path file = absolute / "Contents/Info.plist";

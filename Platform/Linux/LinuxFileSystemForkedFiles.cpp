@@ -1,5 +1,6 @@
 #include "Platform/Linux/Companion.h"
 #include "Platform/Linux/ExtendedAttributes.h"
+#include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/FlagNumber.h"
 #include "Platform/Linux/LinuxFileSystem.h"
 #include "Platform/Linux/NewFile.h"
@@ -20,13 +21,15 @@ static Result<void> giveStatus(const NewFile &file, const FileStatus &like, mode
     }
     if (::fchmod(file.descriptor(), mode) != 0)
         return Failure::fromErrno(errno, "fchmod", path);
-    const timespec times[2] = {{like.modified, 0}, {like.modified, 0}};
+    const timespec modified = {like.modified, long(like.modifiedNanoseconds)};
+    const timespec times[2] = {modified, modified};
     if (::futimens(file.descriptor(), times) != 0)
         return Failure::fromErrno(errno, "futimens", path);
     return {};
 }
 
-static Result<void> makeCompanion(const Path &path, const NewForkedFile &file)
+/// Answers which file it is, by whatever name.
+static Result<FileIdentity> makeCompanion(const Path &path, const NewForkedFile &file)
 {
     const Result<Bytes> head = appleDoubleHead({}, file.fork.size());
     if (!head)
@@ -35,13 +38,26 @@ static Result<void> makeCompanion(const Path &path, const NewForkedFile &file)
     if (!made)
         return made.failure();
     if (Result<void> written = made->write(*head); !written)
-        return written;
+        return written.failure();
     if (Result<void> written = made->write(file.fork); !written)
-        return written;
+        return written.failure();
     constexpr mode_t kNoExecution = 0666; // a companion is never a program
     if (Result<void> given = giveStatus(*made, file.like, file.like.mode & kNoExecution, path); !given)
-        return given;
-    return made->appear();
+        return given.failure();
+    struct stat status = {};
+    if (::fstat(made->descriptor(), &status) != 0)
+        return Failure::fromErrno(errno, "fstat", path);
+    if (Result<void> appeared = made->appear(); !appeared)
+        return appeared.failure();
+    return FileCalls::statusFrom(status).identity;
+}
+
+/// Leaves what another process has put in its place meanwhile.
+static void removeIfStill(const FileIdentity &identity, const Path &path)
+{
+    struct stat now = {};
+    if (::lstat(path.c_str(), &now) == 0 && FileCalls::statusFrom(now).identity == identity)
+        ::unlink(path.c_str());
 }
 
 static Result<void> makeFile(const Path &path, const NewForkedFile &file)
@@ -69,11 +85,12 @@ Result<void> LinuxFileSystem::createForkedFile(const Path &path, const NewForked
     if (::lstat(path.c_str(), &status) == 0)
         return Failure::fromErrno(EEXIST, "forked file", path);
     const Path companion = Companion::pathOf(path);
-    if (Result<void> made = makeCompanion(companion, file); !made)
-        return made;
+    const Result<FileIdentity> fork = makeCompanion(companion, file);
+    if (!fork)
+        return fork.failure();
     Result<void> made = makeFile(path, file);
     if (!made)
-        ::unlink(companion.c_str());
+        removeIfStill(*fork, companion);
     return made;
 }
 

@@ -160,6 +160,14 @@ TEST(LinuxBundles, open_relativePath_becomesAbsolute)
     EXPECT_EQ(LinuxBundles().open("a.app/").valueOr({}).path(), root() / "a.app");
 }
 
+TEST(LinuxBundles, open_relativePathInAFolderThatIsGone_isNotFound)
+{
+    const Path folder = PrivateHome::current().makeFolder("gone");
+    fs::current_path(folder);
+    fs::remove(folder);
+    EXPECT_EQ(LinuxBundles().open("App.app").failure().code, ErrorCode::NotFound);
+}
+
 TEST(LinuxBundles, open_damagedInformation_isCorrupt)
 {
     putOnDisk(root() / "a.app", PropertyList());

@@ -273,11 +273,13 @@ TEST_F(LinuxFileSystemTest, forkedFile_hasBothPartsAndIsRemovedWithThem)
     like.owner = ::geteuid();
     like.group = ::getegid();
     like.modified = 1000000000;
+    like.modifiedNanoseconds = 123456789;
     ASSERT_TRUE(m_files.createForkedFile(
         m_file, {fork, {{kDecmpfsAttribute, CompressedSample::decmpfs(content.size())}}, kCompressedFlag, like}));
     EXPECT_EQ(flags(), kCompressedFlag);
     EXPECT_EQ(*m_files.logicalSize(m_file), content.size());
     EXPECT_EQ(m_files.status(m_file)->modified, 1000000000);
+    EXPECT_EQ(m_files.status(m_file)->modifiedNanoseconds, 123456789u);
     EXPECT_EQ(m_files.status(m_companion)->mode, 0640u);
     EXPECT_EQ(*m_files.readFile(m_companion, 1 << 20), CompressedSample::companion(fork));
     ASSERT_TRUE(m_files.removeForkedFile(m_file));
