@@ -36,11 +36,12 @@ Failure failureOf(const QSqlError &error, const std::string &statement)
             statement + ": " + error.databaseText().toStdString() + " (" + std::to_string(result) + ")"};
 }
 
-/// A URI keeps a path that is not UTF-8 whole, and opens a file without making a missing one.
+/// A URI keeps a path that is not UTF-8 whole, and opens a file without making a missing one. Without the two slashes
+/// of an empty host a path that begins with two of its own would name one.
 QString uriOf(const Path &file, SqliteConnection::Mode mode)
 {
     const QByteArray path = QByteArray::fromStdString(file.native()).toPercentEncoding("/");
-    return QStringLiteral("file:") + QString::fromLatin1(path) +
+    return QStringLiteral("file:") + QLatin1String(path.startsWith('/') ? "//" : "") + QString::fromLatin1(path) +
            (mode == SqliteConnection::Mode::ReadOnly ? QStringLiteral("?mode=ro") : QStringLiteral("?mode=rw"));
 }
 

@@ -17,8 +17,8 @@ class SqliteConnection final
 public:
     enum class Mode { ReadOnly, ReadWrite };
 
-    /// The file must exist. Little is read here: most faults show at the first statement. Errors: NotFound, Permission,
-    /// Corrupt, Busy, Io.
+    /// The file must exist. Little is read here: most faults show at the first statement. Errors: Permission, Corrupt,
+    /// Busy, Io (for a missing file too).
     static Result<std::unique_ptr<SqliteConnection>> open(const Path &file, Mode mode, int busyTimeoutMs);
     ~SqliteConnection();
     SqliteConnection(const SqliteConnection &) = delete;
