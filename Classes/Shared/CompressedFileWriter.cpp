@@ -51,7 +51,7 @@ static Result<void> checkUnchanged(const Path &file, const FileStatus &before)
     if (!now)
         return now.failure();
     if (now->identity != before.identity || now->size != before.size || now->modified != before.modified ||
-        now->changed != before.changed)
+        now->modifiedNanoseconds != before.modifiedNanoseconds || now->changed != before.changed)
         return refused(file, "the file was changed while it was read", ErrorCode::Busy);
     return {};
 }

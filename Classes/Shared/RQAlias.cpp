@@ -1,5 +1,7 @@
 #include "Classes/Shared/RQAlias.h"
 
+static constexpr int kPermission = -5000;
+
 /// The platform's own number for what went wrong.
 static int statusOf(ErrorCode code)
 {
@@ -9,7 +11,7 @@ static int statusOf(ErrorCode code)
     case ErrorCode::Exists:
         return -48;
     case ErrorCode::Permission:
-        return -5000;
+        return kPermission;
     case ErrorCode::NoSpace:
         return -34;
     case ErrorCode::Busy:
@@ -55,7 +57,10 @@ static std::optional<PropertyList> dictionaryOf(const std::optional<AliasInfo> &
 
 std::optional<RQAlias> RQAlias::aliasWithPath(const Path &path, Error *error)
 {
-    return aliasWithFSRef(path, {}, error);
+    std::optional<RQAlias> alias = aliasWithFSRef(path, {}, error);
+    if (!alias && error && error->code == kPermission) // no reference can be had to what may not be looked at
+        error->code = kFileNotFound;
+    return alias;
 }
 
 std::optional<RQAlias> RQAlias::aliasWithPathRelativeToPath(const Path &path, const Path &relativeToPath)

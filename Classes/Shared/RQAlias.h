@@ -25,7 +25,8 @@ public:
     /// An object without a record.
     RQAlias() = default;
 
-    /// For `path`; a link at its end is meant itself. Nothing on failure, with the code -43 when there is no such file.
+    /// For `path`; a link at its end is meant itself. Nothing on failure, with the code -43 when there is no such file,
+    /// or none that this user may look at.
     static std::optional<RQAlias> aliasWithPath(const Path &path, Error *error = nullptr);
 
     /// For `path` below `relativeToPath`; both must exist.

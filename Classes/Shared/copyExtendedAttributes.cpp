@@ -2,6 +2,7 @@
 
 #include "Classes/Shared/KZXattrMetadataStore.h"
 #include "Classes/Shared/map.h"
+#include "Platform/FileSystem.h"
 
 #include <algorithm>
 
@@ -17,8 +18,11 @@ static std::string lowercase(std::string name)
 bool copyExtendedAttributesFrom(const Path &from, const Path &to, const std::vector<std::string> &skipping)
 {
     const std::vector<std::string> skipped = map(skipping, lowercase);
-    bool isComplete = true;
-    for (const std::string &name : KZXattrMetadataStore::allKeysAtPath(from, false)) {
+    const Result<std::vector<std::string>> names = FileSystem::current().attributeNames(from, Links::NotFollow);
+    // A source that cannot be listed is as one without attributes; but where only its companion cannot be read, there
+    // are some that would be lost.
+    bool isComplete = names || names.failure().code != ErrorCode::Corrupt;
+    for (const std::string &name : names.valueOr({})) {
         if (std::find(skipped.begin(), skipped.end(), lowercase(name)) != skipped.end())
             continue;
         const std::optional<Bytes> value = KZXattrMetadataStore::dataForKey(name, from, false);

@@ -140,6 +140,19 @@ TEST_F(KZXattrMetadataStoreTest, copy_ofNothing_isComplete)
     EXPECT_TRUE(copyExtendedAttributesFrom(m_folder / "none", m_folder / "none"));
 }
 
+TEST_F(KZXattrMetadataStoreTest, copy_ofAFileWithADamagedCompanion_isNotComplete)
+{
+    const Path from = make("from");
+    const Path to = make("to");
+    ASSERT_TRUE(Store::setString("value", "key", from, false));
+    std::ofstream(m_folder / "._from") << "this is no companion at all, but long enough";
+    EXPECT_FALSE(copyExtendedAttributesFrom(from, to));
+    EXPECT_FALSE(copyExtendedAttributesFrom(from, to, {"key"})) << "there may be others";
+    Error error;
+    EXPECT_FALSE(Store::setData(Bytes(30000), "large", from, false, &error));
+    EXPECT_EQ(error.code, EIO) << "no code of the system, but not 0";
+}
+
 TEST_F(KZXattrMetadataStoreTest, copy_oneWriteFailing_goesOnAndSaysSo)
 {
     for (int failing = 0;; ++failing) {

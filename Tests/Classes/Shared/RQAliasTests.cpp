@@ -249,6 +249,14 @@ TEST_F(RQAliasFakeTest, aliasWithFSRef_otherFailures_haveTheirOwnCodes)
     }
 }
 
+TEST_F(RQAliasFakeTest, aliasWithPath_thatMayNotBeLookedAt_isFileNotFound)
+{
+    m_aliases.failCall(0, ErrorCode::Permission);
+    Error error;
+    EXPECT_FALSE(RQAlias::aliasWithPath("/folder", &error));
+    EXPECT_EQ(error.code, RQAlias::kFileNotFound);
+}
+
 TEST_F(RQAliasFakeTest, aliasInfoForAliasData_noData_isNothing)
 {
     EXPECT_FALSE(RQAlias::aliasInfoForAliasData(std::nullopt));
