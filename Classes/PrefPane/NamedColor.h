@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+/// The colours that the cells ask for, by what they are for. Two are the same when their names are, whatever a palette
+/// makes of them.
+enum class NamedColor {
+    ControlText,
+    AlternateSelectedControlText, ///< on the strong selection
+    Gray,                         ///< what is disabled
+    Red,                          ///< what is missing
+    AlternateSelectedControl,     ///< the strong selection
+    SelectedControl,              ///< the light one
+    White,
+    Black
+};
+
+/// What the palette of a list makes of it, with the brightness that the palette's background asks for.
+QColor colorNamed(NamedColor name, const QPalette &palette);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Classes/PrefPane/TextFieldCell.h"
+
+/// Draws a whole path, or the sentence that stands in its place.
+namespace PXPathCell {
+
+CellText layout(const QRectF &frame, const CellContext &context, double textHeight,
+                const MeasureText &measure = widthOf);
+
+void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter);
+
+} // namespace PXPathCell

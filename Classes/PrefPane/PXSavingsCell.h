@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Classes/PrefPane/TextFieldCell.h"
+
+/// Draws a count of saved bytes as a size, "-" for none.
+namespace PXSavingsCell {
+
+CellText layout(const QRectF &frame, const CellContext &context, double textHeight,
+                const MeasureText &measure = widthOf);
+
+void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter);
+
+} // namespace PXSavingsCell
