@@ -3,6 +3,7 @@
 #include "Platform/Workspace.h"
 #include "Tests/Support/WaitFor.h"
 
+#include <csignal>
 #include <iostream>
 
 static constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
@@ -37,6 +38,11 @@ void HelperProcess::kill()
 {
     m_process.kill();
     m_process.waitForFinished();
+}
+
+void HelperProcess::freeze()
+{
+    ::kill(pid_t(id()), SIGSTOP);
 }
 
 std::string HelperProcess::log()

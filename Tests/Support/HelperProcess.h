@@ -28,6 +28,8 @@ public:
 
     void terminate() { m_process.terminate(); }
     void kill();
+    /// Keeps it from doing anything more, as a program that hangs.
+    void freeze();
 
     /// What it has logged so far.
     std::string log();

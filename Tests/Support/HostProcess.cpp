@@ -7,6 +7,7 @@
 HostProcess::HostProcess()
     : m_environment(QProcessEnvironment::systemEnvironment())
 {
+    QObject::connect(&m_process, &QProcess::readyRead, &m_process, [this] { read(); });
 }
 
 HostProcess::~HostProcess()
@@ -39,12 +40,20 @@ void HostProcess::traceTo(const std::filesystem::path &file, const QStringList &
     m_environment.insert(QStringLiteral("ASAN_OPTIONS"), options + QStringLiteral(":detect_leaks=0"));
 }
 
+void HostProcess::showOn(const std::string &display)
+{
+    setVariable("QT_QPA_PLATFORM", "xcb");
+    setVariable("DISPLAY", display);
+    setVariable("QT_LOGGING_RULES", "qt.widgets.painting.info=true"); // which tells of each frame
+}
+
 void HostProcess::start(const std::filesystem::path &pane)
 {
     QStringList command = m_tracing;
     command << QStringLiteral(PREFERENCES) << QStringLiteral("--pane") << QString::fromStdString(pane.native());
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     m_process.setProcessEnvironment(m_environment);
+    m_started = std::chrono::steady_clock::now();
     m_process.start(command.takeFirst(), command);
     m_process.waitForStarted();
 }
@@ -64,9 +73,53 @@ void HostProcess::kill()
     m_process.waitForFinished();
 }
 
+int HostProcess::helperId()
+{
+    static const std::string before = "running app is com.dovrane.TamselHelper (";
+    const std::string text = log();
+    const std::size_t at = text.rfind(before);
+    return at == std::string::npos ? 0 : std::stoi(text.substr(at + before.size()));
+}
+
+static std::optional<std::chrono::milliseconds> since(std::chrono::steady_clock::time_point start,
+                                                      std::optional<std::chrono::steady_clock::time_point> time)
+{
+    return time ? std::optional(std::chrono::duration_cast<std::chrono::milliseconds>(*time - start)) : std::nullopt;
+}
+
+std::optional<std::chrono::milliseconds> HostProcess::firstFrame()
+{
+    read();
+    return since(m_started, m_firstFrame);
+}
+
+std::optional<std::chrono::milliseconds> HostProcess::firstFrameOfPane()
+{
+    read();
+    return since(m_started, m_firstFrameOfPane);
+}
+
+/// Notes the frames, and keeps what is no talk of painting.
+void HostProcess::read()
+{
+    while (m_process.canReadLine()) {
+        const std::string line = m_process.readLine().toStdString();
+        if (!line.starts_with("qt.widgets.painting: "))
+            m_log += line;
+        if (line.find(" Flushing ") == std::string::npos)
+            continue;
+        const Time now = std::chrono::steady_clock::now();
+        if (!m_firstFrame)
+            m_firstFrame = now;
+        // The pane logs this at the end of its start, in which nothing is painted.
+        if (!m_firstFrameOfPane && m_log.find("running app is") != std::string::npos)
+            m_firstFrameOfPane = now;
+    }
+}
+
 std::string HostProcess::log()
 {
-    m_log += m_process.readAll().toStdString();
+    read();
     return m_log;
 }
 

@@ -58,3 +58,8 @@ void PrivateBus::kill()
     ::waitpid(m_process, nullptr, 0);
     m_process = -1;
 }
+
+void PrivateBus::freeze()
+{
+    ::kill(m_process, SIGSTOP);
+}

@@ -18,6 +18,9 @@ public:
     /// Kills the bus, as a crash would.
     void kill();
 
+    /// Keeps it from answering, for good: connections are taken, and nothing comes back.
+    void freeze();
+
     /// Starts it again at the same address.
     void start();
 

@@ -1,0 +1,63 @@
+#include "Tests/Support/VirtualDisplay.h"
+
+#include "Tests/Support/WaitFor.h"
+
+#include <stdexcept>
+
+static constexpr int kTimeoutMs = 60000;
+
+VirtualDisplay::VirtualDisplay()
+    : m_environment(QProcessEnvironment::systemEnvironment())
+{
+    // It chooses a free number by itself and writes it once it can be used.
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
+                    QStringLiteral("1280x900x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    while (!m_server.canReadLine()) {
+        if (!m_server.waitForReadyRead(kTimeoutMs))
+            throw std::runtime_error("Xvfb did not start: " + m_server.readAllStandardError().toStdString());
+    }
+    m_name = ':' + m_server.readLine().trimmed().toStdString();
+    m_environment.insert(QStringLiteral("DISPLAY"), QString::fromStdString(m_name));
+    m_windowManager.setProcessEnvironment(m_environment);
+    m_windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+}
+
+VirtualDisplay::~VirtualDisplay()
+{
+    for (QProcess *const process : {&m_windowManager, &m_server}) {
+        process->kill();
+        process->waitForFinished();
+    }
+}
+
+static QStringList search(const std::string &title)
+{
+    return {QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
+            QString::fromStdString(title)};
+}
+
+bool VirtualDisplay::activate(const std::string &title)
+{
+    return waitFor([&] { return run(search(title) << QStringLiteral("windowactivate") << QStringLiteral("--sync")); },
+                   kTimeoutMs);
+}
+
+bool VirtualDisplay::click(const std::string &title, const QPoint &point)
+{
+    return run(search(title) << QStringLiteral("mousemove") << QStringLiteral("--window") << QStringLiteral("%1")
+                             << QString::number(point.x()) << QString::number(point.y()) << QStringLiteral("click")
+                             << QStringLiteral("1"));
+}
+
+bool VirtualDisplay::run(const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.start(QStringLiteral("xdotool"), arguments);
+    if (process.waitForFinished(kTimeoutMs))
+        return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    process.kill();
+    process.waitForFinished();
+    return false;
+}

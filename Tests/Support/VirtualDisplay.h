@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QPoint>
+#include <QProcess>
+#include <QStringList>
+
+#include <string>
+
+/// An X display of the test's own with a window manager, without which no window becomes active. It ends with this.
+class VirtualDisplay final
+{
+public:
+    VirtualDisplay();
+    ~VirtualDisplay();
+    VirtualDisplay(const VirtualDisplay &) = delete;
+    VirtualDisplay &operator=(const VirtualDisplay &) = delete;
+
+    /// What the variable DISPLAY is to be.
+    const std::string &name() const { return m_name; }
+
+    /// Waits until a window with such a title is shown and active; answers whether it is.
+    bool activate(const std::string &title);
+
+    /// Clicks with the pointer at this point of the window with such a title; answers whether there is one.
+    bool click(const std::string &title, const QPoint &point);
+
+private:
+    bool run(const QStringList &arguments);
+
+    QProcess m_server;
+    QProcess m_windowManager;
+    QProcessEnvironment m_environment;
+    std::string m_name;
+};
