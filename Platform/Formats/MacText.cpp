@@ -78,10 +78,10 @@ std::string MacText::fromUtf16(ByteView bytes)
 
 Bytes MacText::countedUtf16(const std::string &text)
 {
-    const Bytes units = Unicode::utf16FromUtf8(wellFormed(text));
-    const std::size_t count = std::min<std::size_t>(units.size() / 2, UINT16_MAX);
-    Bytes bytes = {std::uint8_t(count >> 8), std::uint8_t(count)};
-    bytes.insert(bytes.end(), units.begin(), units.begin() + std::ptrdiff_t(count * 2));
+    Bytes bytes = Unicode::utf16FromUtf8(wellFormed(text));
+    const std::size_t count = std::min<std::size_t>(bytes.size() / 2, UINT16_MAX);
+    bytes.resize(count * 2);
+    bytes.insert(bytes.begin(), {std::uint8_t(count >> 8), std::uint8_t(count)});
     return bytes;
 }
 
