@@ -9,10 +9,12 @@
 #include <chrono>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace {
 
-constexpr std::chrono::milliseconds kLongestWait{2000};
+constexpr std::chrono::milliseconds kWaitToMake{500}; // on the pane's main thread
+constexpr std::chrono::milliseconds kWaitToReplace{2000};
 constexpr std::chrono::milliseconds kPause{5};
 constexpr ByteCount kSeedLimit = 16 * 1024 * 1024;
 
@@ -73,17 +75,33 @@ Result<void> moveIfThere(const Path &from, const Path &to)
     return moved;
 }
 
-/// Moves what belongs to `store` to the names that belong to `aside`.
-Result<void> moveCompanions(const Path &store, const Path &aside)
+/// What of a store lies beside it. To be asked before the store itself is looked for: what has come after it is no
+/// stray, but the fresh journal of somebody who writes.
+using Companions = std::vector<const char *>;
+Result<Companions> companionsBeside(const Path &store)
 {
+    Companions found;
     for (const char *companion : kCompanions) {
+        const Result<bool> isThere = isAnythingAt(withSuffix(store, companion));
+        if (!isThere)
+            return isThere.failure();
+        if (*isThere)
+            found.push_back(companion);
+    }
+    return found;
+}
+
+/// Moves `companions` of `store` to the names that belong to `aside`.
+Result<void> moveCompanions(const Companions &companions, const Path &store, const Path &aside)
+{
+    for (const char *companion : companions) {
         if (const Result<void> moved = moveIfThere(withSuffix(store, companion), withSuffix(aside, companion)); !moved)
             return moved;
     }
     return {};
 }
 
-Result<void> plant(const Path &store, const Path &seed)
+Result<void> plant(const Path &store, const Path &seed, const Companions &strays)
 {
     const Result<Bytes> content = FileSystem::current().readFile(seed, kSeedLimit);
     if (!content)
@@ -92,7 +110,7 @@ Result<void> plant(const Path &store, const Path &seed)
     const Result<Path> aside = nameForSettingAside(store);
     if (!aside)
         return aside.failure();
-    if (const Result<void> moved = moveCompanions(store, *aside); !moved)
+    if (const Result<void> moved = moveCompanions(strays, store, *aside); !moved)
         return moved;
     const Result<void> created = FileSystem::current().createFile(store, *content, 0600);
     if (!created && created.failure().code == ErrorCode::Exists)
@@ -102,10 +120,10 @@ Result<void> plant(const Path &store, const Path &seed)
 
 /// Two that come first at the same time must not take each other's fresh journal for a stray one. The lock file stays
 /// when the lock is let go: to remove it would take it from under whoever has it open already.
-Result<std::unique_ptr<FileLock>> lockBeside(const Path &store)
+Result<std::unique_ptr<FileLock>> lockBeside(const Path &store, std::chrono::milliseconds longestWait)
 {
     const Path file = withSuffix(store, ".lock");
-    const auto end = std::chrono::steady_clock::now() + kLongestWait;
+    const auto end = std::chrono::steady_clock::now() + longestWait;
     for (;;) {
         Result<std::unique_ptr<FileLock>> lock = ThisProcess::current().lockFile(file);
         if (lock || lock.failure().code != ErrorCode::Busy || std::chrono::steady_clock::now() >= end)
@@ -114,39 +132,56 @@ Result<std::unique_ptr<FileLock>> lockBeside(const Path &store)
     }
 }
 
+/// `busy`: why the lock could not be had, nullptr with it. Its holder may hang. Where nothing lies beside the store
+/// there is nothing to set aside, neither for us nor for whoever has the lock, and the store is made in one step.
+Result<void> makeIfMissing(const Path &store, const Path &seed, const Failure *busy)
+{
+    const Result<Companions> strays = companionsBeside(store);
+    if (!strays)
+        return strays.failure();
+    const Result<bool> isThere = isAnythingAt(store);
+    if (!isThere)
+        return isThere.failure();
+    if (*isThere)
+        return {};
+    if (busy && !strays->empty())
+        return *busy;
+    return plant(store, seed, *strays);
+}
+
 } // namespace
 
 namespace HistorySeed {
 
 Result<void> makeStore(const Path &store, const Path &seed)
 {
-    Result<bool> isThere = isAnythingAt(store);
+    const Result<bool> isThere = isAnythingAt(store);
     if (!isThere)
         return isThere.failure();
     if (*isThere)
         return {};
-    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store);
-    if (!lock)
+    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store, kWaitToMake);
+    if (!lock && lock.failure().code != ErrorCode::Busy)
         return lock.failure();
-    isThere = isAnythingAt(store);
-    if (!isThere)
-        return isThere.failure();
-    return *isThere ? Result<void>() : plant(store, seed);
+    return makeIfMissing(store, seed, lock ? nullptr : &lock.failure());
 }
 
 Result<Path> replaceStore(const Path &store, const Path &seed)
 {
-    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store);
+    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store, kWaitToReplace);
     if (!lock)
         return lock.failure();
     const Result<Path> aside = nameForSettingAside(store);
     if (!aside)
         return aside.failure();
+    const Result<Companions> companions = companionsBeside(store);
+    if (!companions)
+        return companions.failure();
     if (const Result<void> moved = moveIfThere(store, *aside); !moved)
         return moved.failure();
-    if (const Result<void> moved = moveCompanions(store, *aside); !moved)
+    if (const Result<void> moved = moveCompanions(*companions, store, *aside); !moved)
         return moved.failure();
-    if (const Result<void> planted = plant(store, seed); !planted)
+    if (const Result<void> planted = plant(store, seed, {}); !planted)
         return planted.failure();
     return *aside;
 }

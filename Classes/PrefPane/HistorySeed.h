@@ -4,7 +4,8 @@
 #include "Platform/Types.h"
 
 /// Puts an empty history store where there is none. Pane and helper may both come first: a lock file beside the store,
-/// which stays there, lets one of them do it. No file is ever overwritten or removed. Any thread.
+/// which stays there, lets one of them do it; who cannot have it in half a second goes on without, where nothing has to
+/// be set aside. No file is ever overwritten or removed. Any thread.
 namespace HistorySeed {
 
 constexpr const char *kResourceName = "history";
@@ -12,7 +13,8 @@ constexpr const char *kResourceType = "db";
 
 /// Makes `store` from a copy of `seed` unless there is one; first, what an earlier store left beside it ("-wal",
 /// "-shm", "-journal") is set aside. On failure there is no store, or the whole one. Errors: NotFound, NoSpace,
-/// Permission, NotSupported (something that is no file of this user has the lock's name), Busy, Io.
+/// Permission, NotSupported (something that is no file of this user has the lock's name), Busy (another process has the
+/// lock), Io.
 Result<void> makeStore(const Path &store, const Path &seed);
 
 /// Sets the damaged `store` aside with what belongs to it, the date in the names, and makes a new one. It must not be

@@ -117,11 +117,39 @@ TEST_F(HistorySeedTest, makeStore_otherProcessIsMakingIt_isBusyAndMovesNothing)
     EXPECT_TRUE(fs::exists(m_folder / "history.db-wal"));
 }
 
+TEST_F(HistorySeedTest, makeStore_lockHolderHangsAndNothingIsToBeSetAside_isMadeAllTheSame)
+{
+    const auto lock = ThisProcess::current().lockFile(m_store.native() + ".lock");
+    ASSERT_TRUE(lock);
+
+    ASSERT_TRUE(HistorySeed::makeStore(m_store, m_seed));
+
+    EXPECT_EQ(contentOf(m_store), contentOf(m_seed));
+    EXPECT_THAT(names(), ElementsAre("history.db", "history.db.lock"));
+}
+
+TEST_F(HistorySeedTest, makeStore_lockHolderMakesItMeanwhile_isTakenWithItsFreshJournal)
+{
+    const auto lock = ThisProcess::current().lockFile(m_store.native() + ".lock");
+    ASSERT_TRUE(lock);
+    std::thread holder([&] {
+        writeFile(m_store, "the holder's");
+        writeFile(m_folder / "history.db-wal", "fresh");
+    });
+    const Result<void> made = HistorySeed::makeStore(m_store, m_seed);
+    holder.join();
+
+    EXPECT_TRUE(made) << made.failure().context;
+    EXPECT_EQ(contentOf(m_store), "the holder's");
+    EXPECT_EQ(contentOf(m_folder / "history.db-wal"), "fresh");
+}
+
 TEST_F(HistorySeedTest, makeStore_homeThatIsNoUtf8_isLockedAsAnyOther)
 {
     const Path store = PrivateHome::current().makeFolder("odd\xFF\xFE") / "history.db";
     auto lock = ThisProcess::current().lockFile(store.native() + ".lock");
     ASSERT_TRUE(lock);
+    writeFile(store.native() + "-wal", "stray");
     EXPECT_EQ(HistorySeed::makeStore(store, m_seed).failure().code, ErrorCode::Busy);
     lock->reset();
     ASSERT_TRUE(HistorySeed::makeStore(store, m_seed));
