@@ -14,4 +14,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    QColor shade(int alpha) const;
 };
