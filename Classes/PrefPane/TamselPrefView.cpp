@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/TamselPrefView.h"
 
 #include "Classes/PrefPane/EmptyListNote.h"
+#include "Classes/PrefPane/FocusRing.h"
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/FoldersTableDelegate.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
@@ -88,6 +89,7 @@ void TamselPrefView::setUpTable()
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setFixedHeight(26);
     table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    new FocusRing(table);
     new EmptyListNote(
         tr("No folders yet"),
         tr("Folders cannot be added in this window yet. Name one on the command line, and it appears here:"),

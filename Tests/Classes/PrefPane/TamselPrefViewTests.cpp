@@ -1,4 +1,5 @@
 #include "Classes/PrefPane/EmptyListNote.h"
+#include "Classes/PrefPane/FocusRing.h"
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/FoldersTableDelegate.h"
 #include "Classes/PrefPane/IconButton.h"
@@ -130,6 +131,21 @@ TEST_F(TamselPrefViewTest, tab_reachesEveryControlOfAPage)
     pane().foldersTableView()->setFocus(Qt::TabFocusReason);
     QTest::keyClick(pane().foldersTableView(), Qt::Key_Tab);
     EXPECT_FALSE(pane().foldersTableView()->hasFocus()) << "the table lets the focus go";
+}
+
+TEST_F(TamselPrefViewTest, tableReachedByKeyboard_showsThatItIs)
+{
+    show();
+    QTableView &table = *pane().foldersTableView();
+    const auto &ring = *table.findChild<FocusRing *>();
+    EXPECT_FALSE(ring.isVisible());
+    table.setFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(ring.isVisible());
+    EXPECT_EQ(ring.geometry(), table.rect());
+    table.clearFocus();
+    EXPECT_FALSE(ring.isVisible());
+    table.setFocus(Qt::MouseFocusReason);
+    EXPECT_FALSE(ring.isVisible());
 }
 
 TEST_F(TamselPrefViewTest, tabs_standInOrder)
