@@ -70,6 +70,9 @@ struct UniqueFile
     int descriptor = -1; ///< of the system; whoever asked for the file closes it
 };
 
+/// What a walk does where another volume is mounted.
+enum class MountPoints { NotEnter, Enter };
+
 /// One entry that a walk met. Valid during the call only.
 struct WalkEntry
 {
@@ -89,6 +92,9 @@ public:
     /// in its `com.apple.decmpfs`, at most 65536 bytes for each block of its fork; of any other, and of one that its
     /// volume compresses by itself, the data fork's.
     virtual Result<ByteCount> logicalSize(const Path &path) const = 0;
+
+    /// Whether this user may write the file or change the directory. A final link is followed. Errors: NotFound, Io.
+    virtual Result<bool> isWritable(const Path &path) const = 0;
 
     /// What the file takes on the medium: data fork, companion and attributes.
     virtual Result<ByteCount> occupiedSize(const Path &path) const = 0;
@@ -179,10 +185,11 @@ public:
     virtual Result<std::vector<std::string>> entries(const Path &directory) const = 0;
 
     /// Visits everything below the directory `root` (which may not be a link itself), each directory before its
-    /// content; `root` itself is not visited. Links are met, not followed; another volume's mount point is met, not
-    /// entered. `visit` answers whether to go into a directory (its answer for others is ignored). What cannot be read
-    /// is passed to `unreadable` and skipped. Ends early when a stop is requested.
+    /// content; `root` itself is not visited. Links are met, not followed; another volume's mount point is met, and
+    /// entered where that is wanted, but never one that shows a directory which the walk is in. `visit` answers whether
+    /// to go into a directory (its answer for others is ignored). What cannot be read is passed to `unreadable` and
+    /// skipped. Ends early when a stop is requested.
     virtual Result<void> walk(const Path &root, const std::function<bool(const WalkEntry &)> &visit,
                               const std::function<void(const Path &, const Failure &)> &unreadable,
-                              std::stop_token stop) const = 0;
+                              std::stop_token stop, MountPoints mountPoints = MountPoints::NotEnter) const = 0;
 };

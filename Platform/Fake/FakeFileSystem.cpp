@@ -129,6 +129,12 @@ void FakeFileSystem::setOnCompressingVolume(const Path &path)
     m_nodes.at(path)->isOnCompressingVolume = true;
 }
 
+void FakeFileSystem::setGroup(const Path &path, std::uint32_t group)
+{
+    const std::lock_guard lock(m_mutex);
+    m_nodes.at(path)->status.group = group;
+}
+
 void FakeFileSystem::setMode(const Path &path, std::uint32_t mode)
 {
     const std::lock_guard lock(m_mutex);
@@ -163,6 +169,16 @@ Result<FileStatus> FakeFileSystem::status(const Path &path, Links links) const
     answer.size = (*node)->content.size();
     answer.occupied = occupiedBlocks(answer.size);
     return answer;
+}
+
+Result<bool> FakeFileSystem::isWritable(const Path &path) const
+{
+    const std::lock_guard lock(m_mutex);
+    const Result<NodePointer> node = reach(path, Links::Follow);
+    if (!node)
+        return node.failure();
+    constexpr std::uint32_t kOwnerMayWrite = 0200;
+    return ((*node)->status.mode & kOwnerMayWrite) != 0;
 }
 
 Result<Bytes> FakeFileSystem::readFile(const Path &path, ByteCount limit) const
@@ -287,7 +303,7 @@ Result<std::vector<std::string>> FakeFileSystem::entries(const Path &directory) 
 
 Result<void> FakeFileSystem::walk(const Path &root, const std::function<bool(const WalkEntry &)> &visit,
                                   const std::function<void(const Path &, const Failure &)> &unreadable,
-                                  std::stop_token stop) const
+                                  std::stop_token stop, MountPoints mountPoints) const
 {
     std::map<Path, NodePointer> below;
     {
@@ -311,7 +327,8 @@ Result<void> FakeFileSystem::walk(const Path &root, const std::function<bool(con
         FileStatus status = node->status;
         status.size = node->content.size();
         const bool isWanted = visit({path, status});
-        if (status.type != FileType::Directory || !isWanted || status.identity.device != device)
+        if (status.type != FileType::Directory || !isWanted ||
+            (status.identity.device != device && mountPoints == MountPoints::NotEnter))
             continue;
         if (node->isUnreadable)
             unreadable(path, Failure::fromErrno(EACCES, "fake", path));

@@ -27,6 +27,7 @@ public:
     void setOwner(const Path &path, std::uint32_t owner);
     /// The file's volume compresses its content by itself.
     void setOnCompressingVolume(const Path &path);
+    void setGroup(const Path &path, std::uint32_t group);
     void setMode(const Path &path, std::uint32_t mode);
     void setModified(const Path &path, std::int64_t seconds);
     /// Whether a rename that replaces is sure to outlast a power failure; at first it is.
@@ -40,6 +41,7 @@ public:
 
     Result<FileStatus> status(const Path &path, Links links) const override;
     Result<ByteCount> logicalSize(const Path &path) const override;
+    Result<bool> isWritable(const Path &path) const override;
     Result<ByteCount> occupiedSize(const Path &path) const override;
     Result<std::uint32_t> flags(const Path &path) const override;
     Result<void> setFlags(const Path &path, std::uint32_t flags) override;
@@ -65,8 +67,8 @@ public:
     Result<void> removeFile(const Path &path) override;
     Result<std::vector<std::string>> entries(const Path &directory) const override;
     Result<void> walk(const Path &root, const std::function<bool(const WalkEntry &)> &visit,
-                      const std::function<void(const Path &, const Failure &)> &unreadable,
-                      std::stop_token stop) const override;
+                      const std::function<void(const Path &, const Failure &)> &unreadable, std::stop_token stop,
+                      MountPoints mountPoints) const override;
 
 private:
     struct Node;

@@ -25,6 +25,8 @@ public:
     {
     }
 
+    std::uint32_t user = 0;
+    std::uint32_t userId() const override { return user; }
     Result<std::unique_ptr<FileLock>> lockFile(const Path &path) override;
     Result<void> makeThreadIdle() override { return {}; }
 

@@ -9,6 +9,7 @@ class LinuxFileSystem final : public FileSystem
 public:
     Result<FileStatus> status(const Path &path, Links links) const override;
     Result<ByteCount> logicalSize(const Path &path) const override;
+    Result<bool> isWritable(const Path &path) const override;
     Result<ByteCount> occupiedSize(const Path &path) const override;
 
     Result<std::uint32_t> flags(const Path &path) const override;
@@ -40,8 +41,8 @@ public:
     Result<std::vector<std::string>> entries(const Path &directory) const override;
 
     Result<void> walk(const Path &root, const std::function<bool(const WalkEntry &)> &visit,
-                      const std::function<void(const Path &, const Failure &)> &unreadable,
-                      std::stop_token stop) const override;
+                      const std::function<void(const Path &, const Failure &)> &unreadable, std::stop_token stop,
+                      MountPoints mountPoints) const override;
 
 private:
     Result<bool> cameCompressed(const Path &path) const;

@@ -15,6 +15,16 @@ Result<FileStatus> LinuxFileSystem::status(const Path &path, Links links) const
     return FileCalls::statusFrom(status);
 }
 
+Result<bool> LinuxFileSystem::isWritable(const Path &path) const
+{
+    if (::access(path.c_str(), W_OK) == 0)
+        return true;
+    const int failure = errno;
+    if (failure == EACCES || failure == EPERM || failure == EROFS || failure == ETXTBSY)
+        return false;
+    return Failure::fromErrno(failure, "access", path);
+}
+
 Result<Bytes> LinuxFileSystem::readFile(const Path &path, ByteCount limit) const
 {
     struct stat status = {};

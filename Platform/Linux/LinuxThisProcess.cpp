@@ -19,6 +19,11 @@ extern char **environ;
 static constexpr int kIoPriorityOfThread = 1;
 static constexpr int kIdleIoPriority = 3 << 13;
 
+std::uint32_t LinuxThisProcess::userId() const
+{
+    return ::getuid();
+}
+
 Result<std::unique_ptr<FileLock>> LinuxThisProcess::lockFile(const Path &path)
 {
     const std::string file = path.native();

@@ -2,16 +2,18 @@
 
 #include "Platform/Linux/FileCalls.h"
 
+#include <algorithm>
 #include <dirent.h>
 #include <fcntl.h>
 
 static constexpr std::size_t kOpenLevels = 64;
 static constexpr std::size_t kBufferSize = std::size_t{32} << 10;
 
-TreeWalk::TreeWalk(const Visit &visit, const Unreadable &unreadable, std::stop_token stop)
+TreeWalk::TreeWalk(const Visit &visit, const Unreadable &unreadable, std::stop_token stop, MountPoints mountPoints)
     : m_visit(visit)
     , m_unreadable(unreadable)
     , m_stop(std::move(stop))
+    , m_mountPoints(mountPoints)
 {
 }
 
@@ -42,13 +44,22 @@ Result<std::optional<TreeWalk::Level>> TreeWalk::open(int parent, const std::str
     Result<Descriptor> directory = openDirectory(parent, name.c_str(), path, status);
     if (!directory)
         return directory.failure();
-    if (!m_levels.empty() && isMountPoint(directory->get(), status.st_dev, m_levels.back().identity.device))
+    const FileIdentity identity{status.st_dev, status.st_ino};
+    if (!m_levels.empty() && isMountPoint(directory->get(), status.st_dev, m_levels.back().identity.device) &&
+        (m_mountPoints == MountPoints::NotEnter || isWithin(identity)))
         return std::optional<Level>();
     Level level;
     level.path = path;
-    level.identity = {status.st_dev, status.st_ino};
+    level.identity = identity;
     level.directory = std::move(*directory);
     return std::optional<Level>(std::move(level));
+}
+
+/// Whether the walk is in that directory already.
+bool TreeWalk::isWithin(const FileIdentity &directory) const
+{
+    return std::any_of(m_levels.begin(), m_levels.end(),
+                       [&](const Level &level) { return level.identity == directory; });
 }
 
 Result<void> TreeWalk::run(const Path &root)

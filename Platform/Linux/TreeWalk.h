@@ -13,7 +13,7 @@ public:
     using Visit = std::function<bool(const WalkEntry &)>;
     using Unreadable = std::function<void(const Path &, const Failure &)>;
 
-    TreeWalk(const Visit &visit, const Unreadable &unreadable, std::stop_token stop);
+    TreeWalk(const Visit &visit, const Unreadable &unreadable, std::stop_token stop, MountPoints mountPoints);
 
     Result<void> run(const Path &root);
 
@@ -32,6 +32,7 @@ private:
 
     /// Opens a directory below `parent`; nullopt when it must not be entered.
     Result<std::optional<Level>> open(int parent, const std::string &name, const Path &path) const;
+    bool isWithin(const FileIdentity &directory) const;
     void push(Level level);
     Result<void> pop();
     Result<void> reopenFrom(const Level &child, Level &parent) const;
@@ -41,6 +42,7 @@ private:
     const Visit &m_visit;
     const Unreadable &m_unreadable;
     const std::stop_token m_stop;
+    const MountPoints m_mountPoints;
     std::deque<Level> m_levels;
     std::size_t m_parked = 0; ///< how many of the outermost levels are parked
 };

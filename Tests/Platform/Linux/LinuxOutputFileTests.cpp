@@ -200,7 +200,7 @@ TEST_F(LinuxOutputFileTest, scratchFile_whileWritten_isNoMoreOpenToOthersThanThe
     EXPECT_EQ(m_files.status(m_scratch)->mode, 0700u);
 }
 
-TEST_F(LinuxOutputFileTest, scratchFile_whoseAttributesDidNotFit_leavesNoCompanion)
+TEST_F(LinuxOutputFileTest, scratchFile_whoseAttributesDidNotFit_leavesThemWithTheFileItReplaces)
 {
     write(m_file, bytesOf("old"));
     const FileStatus examined = *m_files.status(m_file);
@@ -218,7 +218,8 @@ TEST_F(LinuxOutputFileTest, scratchFile_whoseAttributesDidNotFit_leavesNoCompani
         ASSERT_TRUE(file->makeLike(m_file, examined));
         ASSERT_TRUE(file->replace(m_file, examined));
     }
-    EXPECT_THAT(names(), ElementsAre("file"));
+    EXPECT_THAT(names(), ElementsAre("._file", "file"));
+    EXPECT_EQ(m_files.attribute(m_file, "large", Links::NotFollow).valueOr({}), large);
 }
 
 TEST_F(LinuxOutputFileTest, forkInCompanion_ofTwoNames_isShared)

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
 using ::testing::HasSubstr;
 
 class TreeWalkTest : public ::testing::Test
@@ -41,7 +42,7 @@ protected:
         const TreeWalk::Unreadable unreadable = [&](const Path &, const Failure &failure) {
             m_unreadable.push_back(failure.context);
         };
-        EXPECT_TRUE(TreeWalk(visit, unreadable, {}).run(m_folder));
+        EXPECT_TRUE(TreeWalk(visit, unreadable, {}, MountPoints::NotEnter).run(m_folder));
         return met;
     }
 
@@ -106,6 +107,27 @@ TEST_F(TreeWalkTest, mountPoints_areMetAndNotEntered)
     EXPECT_TRUE(m_unreadable.empty());
 }
 
+TEST_F(TreeWalkTest, mountPoints_thatAreWanted_areEnteredButNeverInACircle)
+{
+    PrivateMounts mounts;
+    const Path other = PrivateHome::current().makeFolder("other");
+    std::ofstream(other / "file").close();
+    for (const std::string name : {"bound", "circle", "folder", "folder/circle"})
+        std::filesystem::create_directory(m_folder / name);
+    if (!mounts.bind(other, m_folder / "bound"))
+        GTEST_SKIP() << "this machine gives no mount namespace";
+    ASSERT_TRUE(mounts.bind(m_folder, m_folder / "circle"));
+    ASSERT_TRUE(mounts.bind(m_folder / "folder", m_folder / "folder/circle"));
+    std::vector<std::string> met;
+    const TreeWalk::Visit visit = [&](const WalkEntry &entry) {
+        met.push_back(entry.path.lexically_relative(m_folder).native());
+        return true;
+    };
+    const TreeWalk::Unreadable unreadable = [](const Path &, const Failure &) {};
+    EXPECT_TRUE(TreeWalk(visit, unreadable, {}, MountPoints::Enter).run(m_folder));
+    EXPECT_THAT(met, UnorderedElementsAre("bound", "bound/file", "circle", "folder", "folder/circle"));
+}
+
 TEST_F(TreeWalkTest, folder_removedWhileWalked_isNoFailure)
 {
     std::filesystem::create_directories(m_folder / "a/b");
@@ -116,7 +138,7 @@ TEST_F(TreeWalkTest, folder_removedWhileWalked_isNoFailure)
     };
     std::vector<Path> unreadable;
     const TreeWalk::Unreadable note = [&](const Path &path, const Failure &) { unreadable.push_back(path); };
-    EXPECT_TRUE(TreeWalk(visit, note, {}).run(m_folder));
+    EXPECT_TRUE(TreeWalk(visit, note, {}, MountPoints::NotEnter).run(m_folder));
     EXPECT_THAT(unreadable, ElementsAre(m_folder / "a"));
 }
 
@@ -133,6 +155,6 @@ TEST_F(TreeWalkTest, folder_replacedByALinkWhileWalked_isNotFollowed)
         return true;
     };
     const TreeWalk::Unreadable note = [](const Path &, const Failure &) {};
-    EXPECT_TRUE(TreeWalk(visit, note, {}).run(m_folder));
+    EXPECT_TRUE(TreeWalk(visit, note, {}, MountPoints::NotEnter).run(m_folder));
     EXPECT_THAT(met, ElementsAre("a"));
 }

@@ -1,0 +1,105 @@
+#include "Classes/PrefPane/PXPathUncompressor.h"
+
+#include "Classes/PrefPane/traverse_using_objc_filter.h"
+#include "Classes/Shared/DVHFSUncompressor.h"
+#include "Classes/Shared/HFSCompression.h"
+#include "Classes/Shared/LeftLocks.h"
+#include "Classes/Util/PXUtil.h"
+#include "Platform/ThisProcess.h"
+
+static constexpr ByteCount kSmallestFile = 4096;
+
+using LeftAlone = PXPathUncompressorObserver::LeftAlone;
+
+std::unique_ptr<PXPathUncompressor> PXPathUncompressor::runUncompressorWithPath(const Path &path,
+                                                                                PXPathUncompressorDelegate *delegate)
+{
+    auto uncompressor = std::make_unique<PXPathUncompressor>(path);
+    uncompressor->runWithDelegate(delegate);
+    return uncompressor;
+}
+
+PXPathUncompressor::PXPathUncompressor(Path path)
+    : m_path(std::move(path))
+{
+}
+
+void PXPathUncompressor::runWithDelegate(PXPathUncompressorDelegate *delegate)
+{
+    if (m_status.exchange(Running) == Running)
+        return;
+    m_delegate = delegate;
+    const auto filter = [this](const WalkEntry &entry) { return expandFile(entry.path, entry.status); };
+    traverse_using_objc_filter(m_path, nullptr, filter, m_stop);
+    m_status = Finished;
+    didFinishExpandingPath(m_path);
+    LeftLocks::release();
+}
+
+/// The first reason to leave the file alone. One that has content is no compressed file of ours, and is known without
+/// a look at its attributes.
+static std::optional<LeftAlone> reasonToLeaveAlone(const Path &path, const FileStatus &status)
+{
+    if (status.type != FileType::Regular)
+        return LeftAlone::NotRegular;
+    const FileSystem &files = FileSystem::current();
+    const ByteCount size = status.size > 0 ? status.size : files.logicalSize(path).valueOr(0);
+    if (size < kSmallestFile)
+        return LeftAlone::TooSmall;
+    if (status.size > 0 || !HFSCompression::isFileUFCompressed(path))
+        return LeftAlone::NotCompressed;
+    if (status.owner != ThisProcess::current().userId())
+        return LeftAlone::AnothersFile;
+    if (!files.isWritable(path).valueOr(false))
+        return LeftAlone::NotWritable;
+    if (!PXUtil::processGroupsInclude(status.group))
+        return LeftAlone::AnothersGroup;
+    return std::nullopt;
+}
+
+std::uint32_t PXPathUncompressor::expandFile(const char *path)
+{
+    const Result<FileStatus> status = FileSystem::current().status(path);
+    return status ? expandFile(path, *status) : 0;
+}
+
+std::uint32_t PXPathUncompressor::expandFile(const Path &path, const FileStatus &status)
+{
+    if (status.type == FileType::Directory || m_stop.stop_requested())
+        return 0;
+    if (const std::optional<LeftAlone> reason = reasonToLeaveAlone(path, status)) {
+        if (m_observer)
+            m_observer->fileLeftAlone(path, *reason);
+        return 0;
+    }
+    expandInPlaceFileAtPath(path);
+    return kPathAccepted;
+}
+
+void PXPathUncompressor::expandInPlaceFileAtPath(const Path &path)
+{
+    willExpandFile(path);
+    ExpansionOutcome outcome;
+    DVHFSUncompressor::expandInPlacePath(path, nullptr, nullptr, nullptr, false, {m_stop, &outcome});
+    if (m_observer)
+        m_observer->expansionEnded(path, outcome);
+    didExpandFile(path);
+}
+
+void PXPathUncompressor::willExpandFile(const Path &path)
+{
+    if (m_delegate)
+        m_delegate->uncompressorWillExpandFile(*this, path);
+}
+
+void PXPathUncompressor::didExpandFile(const Path &path)
+{
+    if (m_delegate)
+        m_delegate->uncompressorDidExpandFile(*this, path);
+}
+
+void PXPathUncompressor::didFinishExpandingPath(const Path &path)
+{
+    if (m_delegate)
+        m_delegate->uncompressorDidFinishExpandingPath(*this, path);
+}

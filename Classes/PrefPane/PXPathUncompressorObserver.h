@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Classes/Shared/ExpansionOutcome.h"
+#include "Platform/Types.h"
+
+/// Told more of a run than a delegate: what became of every file. On the thread that runs it.
+class PXPathUncompressorObserver
+{
+public:
+    /// Why a file was left alone: the first test that it failed.
+    enum class LeftAlone {
+        NotRegular, ///< a link, a pipe, a device
+        TooSmall,   ///< less than 4096 bytes
+        NotCompressed,
+        AnothersFile,
+        NotWritable,
+        AnothersGroup, ///< a group that the process does not belong to
+    };
+
+    virtual ~PXPathUncompressorObserver() = default;
+
+    virtual void fileLeftAlone(const Path &, LeftAlone) {}
+    virtual void expansionEnded(const Path &, const ExpansionOutcome &) {}
+};

@@ -1,0 +1,331 @@
+#include "Classes/PrefPane/PXPathUncompressor.h"
+
+#include "Classes/PrefPane/traverse_using_objc_filter.h"
+#include "Classes/Shared/HFSCompression.h"
+#include "Classes/Shared/LeftLocks.h"
+#include "Classes/Shared/Log.h"
+#include "Platform/Fake/FakeFileSystem.h"
+#include "Platform/Fake/FakeProcesses.h"
+#include "Platform/Fake/FakeThisProcess.h"
+#include "Platform/Formats/CompressedFile.h"
+#include "Tests/Support/CompressedSample.h"
+#include "Tests/Support/PrivateHome.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
+
+using LeftAlone = PXPathUncompressorObserver::LeftAlone;
+
+/// Writes down what a run tells.
+class Listener final : public PXPathUncompressorDelegate, public PXPathUncompressorObserver
+{
+public:
+    void uncompressorWillExpandFile(PXPathUncompressor &, const Path &path) override { note("will", path); }
+    void uncompressorDidExpandFile(PXPathUncompressor &, const Path &path) override { note("did", path); }
+    void uncompressorDidFinishExpandingPath(PXPathUncompressor &uncompressor, const Path &path) override
+    {
+        note("finished", path);
+        statusAtTheEnd = uncompressor.status();
+        locksAtTheEnd = LeftLocks::count();
+    }
+    void fileLeftAlone(const Path &path, LeftAlone reason) override { leftAlone[path.filename()] = reason; }
+    void expansionEnded(const Path &path, const ExpansionOutcome &outcome) override
+    {
+        outcomes[path.filename()] = outcome.result;
+        if (onEnd)
+            onEnd();
+    }
+
+    std::vector<std::string> messages;
+    std::map<std::string, LeftAlone> leftAlone;
+    std::map<std::string, ExpansionOutcome::Result> outcomes;
+    std::int32_t statusAtTheEnd = -1;
+    std::size_t locksAtTheEnd = 0;
+    std::function<void()> onEnd;
+
+private:
+    void note(const std::string &message, const Path &path)
+    {
+        messages.push_back(message + " " + path.filename().native());
+    }
+};
+
+/// Real files in a folder, expanded by a process that belongs to the groups of its files.
+class PXPathUncompressorTest : public ::testing::Test
+{
+protected:
+    PXPathUncompressorTest()
+    {
+        setLogSink([](const std::string &) {});
+        m_processes.groups = {::getegid()};
+    }
+    ~PXPathUncompressorTest() override { setLogSink(nullptr); }
+
+    void make(const std::string &name, std::size_t size = 5000)
+    {
+        std::filesystem::create_directories((m_folder / name).parent_path());
+        CompressedSample::make(m_folder / name, CompressedSample::text(size));
+    }
+    void run(const Path &path)
+    {
+        PXPathUncompressor uncompressor(path);
+        uncompressor.setObserver(&m_listener);
+        uncompressor.setStop(m_stop.get_token());
+        uncompressor.runWithDelegate(&m_listener);
+    }
+    bool isExpanded(const std::string &name) const { return std::filesystem::file_size(m_folder / name) > 0; }
+
+    Path m_folder = PrivateHome::current().makeFolder("dropped");
+    Listener m_listener;
+    std::stop_source m_stop;
+    FakeProcesses m_processes;
+    Override<Processes> m_processesInPlace{m_processes};
+};
+
+TEST_F(PXPathUncompressorTest, oneFile_isExpandedWithItsThreeMessagesInOrder)
+{
+    make("file");
+    const auto uncompressor = PXPathUncompressor::runUncompressorWithPath(m_folder / "file", &m_listener);
+    EXPECT_THAT(m_listener.messages, ElementsAre("will file", "did file", "finished file"));
+    EXPECT_EQ(uncompressor->status(), PXPathUncompressor::Finished);
+    EXPECT_EQ(uncompressor->path(), m_folder / "file");
+    EXPECT_EQ(m_listener.statusAtTheEnd, 2);
+    EXPECT_TRUE(isExpanded("file"));
+}
+
+TEST_F(PXPathUncompressorTest, smallestFile_isOf4096Bytes)
+{
+    make("4095", 4095);
+    make("4096", 4096);
+    make("0", 0);
+    run(m_folder);
+    EXPECT_THAT(m_listener.messages, ElementsAre("will 4096", "did 4096", "finished dropped"));
+    EXPECT_TRUE(HFSCompression::isFileUFCompressed(m_folder / "4095"));
+    EXPECT_EQ(m_listener.leftAlone.at("4095"), LeftAlone::TooSmall);
+}
+
+TEST_F(PXPathUncompressorTest, folders_areWalkedAndLinksAreNot)
+{
+    make("in/folder/file");
+    make("in/Some.app/Contents/inside");
+    make("outside/other");
+    std::filesystem::create_directory_symlink("../outside", m_folder / "in/link");
+    std::filesystem::create_symlink("../outside/other", m_folder / "in/link-to-file");
+    run(m_folder / "in");
+    EXPECT_THAT(m_listener.outcomes, UnorderedElementsAre(Pair("file", ExpansionOutcome::Result::Expanded),
+                                                          Pair("inside", ExpansionOutcome::Result::Expanded)));
+    EXPECT_FALSE(isExpanded("outside/other"));
+    EXPECT_EQ(m_listener.leftAlone.at("link"), LeftAlone::NotRegular);
+    EXPECT_EQ(m_listener.leftAlone.at("link-to-file"), LeftAlone::NotRegular);
+    EXPECT_EQ(m_listener.messages.back(), "finished in");
+}
+
+TEST_F(PXPathUncompressorTest, ordinaryFiles_areLeftAloneWithoutAMessage)
+{
+    std::ofstream(m_folder / "text") << std::string(5000, 'x');
+    std::ofstream(m_folder / "empty").close();
+    run(m_folder);
+    EXPECT_THAT(m_listener.messages, ElementsAre("finished dropped"));
+    EXPECT_EQ(m_listener.leftAlone.at("text"), LeftAlone::NotCompressed);
+    EXPECT_EQ(m_listener.leftAlone.at("empty"), LeftAlone::TooSmall);
+}
+
+TEST_F(PXPathUncompressorTest, fileOfAGroupThatIsNotTheProcesss_isLeftAlone)
+{
+    make("file");
+    m_processes.groups = {::getegid() + 1};
+    run(m_folder);
+    EXPECT_EQ(m_listener.leftAlone.at("file"), LeftAlone::AnothersGroup);
+    EXPECT_FALSE(isExpanded("file"));
+}
+
+TEST_F(PXPathUncompressorTest, fileThatCannotBeExpanded_getsItsMessagesAllTheSame)
+{
+    make("file");
+    make("sound");
+    std::fstream companion(m_folder / "._file", std::ios::in | std::ios::out | std::ios::binary);
+    companion.seekp(350);
+    companion.write("damage", 6);
+    companion.close();
+    run(m_folder);
+    EXPECT_EQ(m_listener.outcomes.at("file"), ExpansionOutcome::Result::BlockDamaged);
+    EXPECT_EQ(m_listener.outcomes.at("sound"), ExpansionOutcome::Result::Expanded);
+    EXPECT_EQ(m_listener.messages.size(), 5u);
+}
+
+TEST_F(PXPathUncompressorTest, missingPath_isFinishedAtOnce)
+{
+    run(m_folder / "none");
+    EXPECT_THAT(m_listener.messages, ElementsAre("finished none"));
+}
+
+TEST_F(PXPathUncompressorTest, withoutDelegateAndObserver_filesAreExpanded)
+{
+    make("file");
+    PXPathUncompressor::runUncompressorWithPath(m_folder, nullptr);
+    EXPECT_TRUE(isExpanded("file"));
+}
+
+TEST_F(PXPathUncompressorTest, secondRunMeanwhile_isIgnoredAndOneAfterwardsIsNot)
+{
+    class Impatient final : public PXPathUncompressorDelegate
+    {
+    public:
+        void uncompressorWillExpandFile(PXPathUncompressor &uncompressor, const Path &) override
+        {
+            EXPECT_EQ(uncompressor.status(), PXPathUncompressor::Running);
+            uncompressor.runWithDelegate(this);
+        }
+        void uncompressorDidFinishExpandingPath(PXPathUncompressor &, const Path &) override { ++finished; }
+        int finished = 0;
+    } impatient;
+    make("file");
+    PXPathUncompressor uncompressor(m_folder);
+    EXPECT_EQ(uncompressor.status(), PXPathUncompressor::NotYetRun);
+    uncompressor.runWithDelegate(&impatient);
+    EXPECT_EQ(impatient.finished, 1);
+    uncompressor.runWithDelegate(&impatient);
+    EXPECT_EQ(impatient.finished, 2);
+}
+
+TEST_F(PXPathUncompressorTest, stop_leavesTheOthersAloneAndFinishes)
+{
+    for (const char *name : {"a", "b", "c"})
+        make(name);
+    m_listener.onEnd = [&] { m_stop.request_stop(); };
+    run(m_folder);
+    EXPECT_EQ(m_listener.outcomes.size(), 1u);
+    EXPECT_EQ(m_listener.messages.size(), 3u);
+    EXPECT_EQ(m_listener.messages.back(), "finished dropped");
+    EXPECT_EQ(isExpanded("a") + isExpanded("b") + isExpanded("c"), 1);
+}
+
+TEST_F(PXPathUncompressorTest, lockLeftByAFile_isLetGoWhenTheRunHasFinished)
+{
+    make("file");
+    class Remover final : public PXPathUncompressorDelegate
+    {
+    public:
+        void uncompressorWillExpandFile(PXPathUncompressor &, const Path &path) override
+        {
+            std::filesystem::remove(path.parent_path() / ("._" + path.filename().native()));
+        }
+        void uncompressorDidFinishExpandingPath(PXPathUncompressor &, const Path &) override
+        {
+            locks = LeftLocks::count();
+        }
+        std::size_t locks = 0;
+    } remover;
+    PXPathUncompressor::runUncompressorWithPath(m_folder / "file", &remover);
+    EXPECT_EQ(remover.locks, 1u);
+    EXPECT_EQ(LeftLocks::count(), 0u);
+}
+
+TEST_F(PXPathUncompressorTest, fiveThousandFilesWithoutCompanions_doNotUseUpTheDescriptors)
+{
+    rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = 512;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    const Bytes header = CompressedSample::decmpfs(5000);
+    for (int number = 0; number < 5000; ++number) {
+        const Path path = m_folder / std::to_string(number);
+        std::ofstream(path).close();
+        ASSERT_TRUE(FileSystem::current().setAttribute(path, kDecmpfsAttribute, header, Links::NotFollow));
+        ASSERT_TRUE(FileSystem::current().setFlags(path, kCompressedFlag));
+    }
+    make("zz-last");
+    run(m_folder);
+    EXPECT_TRUE(isExpanded("zz-last"));
+    EXPECT_GE(m_listener.leftAlone.size() + m_listener.outcomes.size(), 5001u) << "and perhaps a companion";
+}
+
+/// The tests of one file, over a made-up world.
+class ExpandFileTest : public ::testing::Test
+{
+protected:
+    ExpandFileTest()
+    {
+        m_files.addFile("/file");
+        m_files.setResourceFork("/file", CompressedSample::fork(CompressedSample::text(5000)));
+        EXPECT_TRUE(
+            m_files.setAttribute("/file", kDecmpfsAttribute, CompressedSample::decmpfs(5000), Links::NotFollow));
+        EXPECT_TRUE(m_files.setFlags("/file", kCompressedFlag));
+        m_files.setOwner("/file", 501);
+        m_files.setGroup("/file", 20);
+        m_process.user = 501;
+        m_processes.groups = {4, 20};
+        m_uncompressor.setObserver(&m_listener);
+    }
+    std::optional<LeftAlone> reason()
+    {
+        EXPECT_EQ(m_uncompressor.expandFile("/file"), 0u);
+        EXPECT_THAT(m_listener.outcomes, IsEmpty());
+        return m_listener.leftAlone.empty() ? std::nullopt : std::optional(m_listener.leftAlone.at("file"));
+    }
+
+    FakeFileSystem m_files;
+    FakeProcesses m_processes;
+    FakeThisProcess m_process;
+    Override<FileSystem> m_filesInPlace{m_files};
+    Override<Processes> m_processesInPlace{m_processes};
+    Override<ThisProcess> m_processInPlace{m_process};
+    Listener m_listener;
+    PXPathUncompressor m_uncompressor{"/file"};
+};
+
+TEST_F(ExpandFileTest, fileThatPassesEveryTest_isTried)
+{
+    EXPECT_EQ(m_uncompressor.expandFile("/file"), 1u);
+    EXPECT_EQ(m_listener.outcomes.size(), 1u);
+}
+
+TEST_F(ExpandFileTest, missingFile_isLeftAlone)
+{
+    EXPECT_TRUE(m_files.removeFile("/file"));
+    EXPECT_EQ(reason(), std::nullopt);
+}
+
+TEST_F(ExpandFileTest, clearedFlag_isLeftAlone)
+{
+    EXPECT_TRUE(m_files.setFlags("/file", 0));
+    EXPECT_EQ(reason(), LeftAlone::TooSmall) << "without the flag it is an empty file";
+}
+
+TEST_F(ExpandFileTest, fileWithContentThatItsVolumeCompresses_isLeftAlone)
+{
+    m_files.addFile("/file", CompressedSample::text(5000));
+    m_files.setOnCompressingVolume("/file");
+    m_files.setOwner("/file", 501);
+    m_files.setGroup("/file", 20);
+    EXPECT_EQ(reason(), LeftAlone::NotCompressed);
+}
+
+TEST_F(ExpandFileTest, anothersFile_isLeftAlone)
+{
+    m_process.user = 502;
+    EXPECT_EQ(reason(), LeftAlone::AnothersFile);
+}
+
+TEST_F(ExpandFileTest, fileThatIsNotWritable_isLeftAlone)
+{
+    m_files.setMode("/file", 0444);
+    EXPECT_EQ(reason(), LeftAlone::NotWritable);
+}
+
+TEST_F(ExpandFileTest, anothersGroup_isLeftAlone)
+{
+    m_processes.groups = {4};
+    EXPECT_EQ(reason(), LeftAlone::AnothersGroup);
+    m_processes.groups.clear();
+    EXPECT_EQ(reason(), LeftAlone::AnothersGroup);
+}
