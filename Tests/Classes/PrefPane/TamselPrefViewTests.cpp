@@ -3,8 +3,10 @@
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/FoldersTableDelegate.h"
 #include "Classes/PrefPane/IconButton.h"
+#include "Classes/PrefPane/NoteLabel.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/PrefPane/PaneColors.h"
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Tests/Classes/PrefPane/PaneFixture.h"
 #include "Tests/Support/HistoryFixture.h"
@@ -146,6 +148,23 @@ TEST_F(TamselPrefViewTest, tableReachedByKeyboard_showsThatItIs)
     EXPECT_FALSE(ring.isVisible());
     table.setFocus(Qt::MouseFocusReason);
     EXPECT_FALSE(ring.isVisible());
+}
+
+TEST_F(TamselPrefViewTest, paletteThatChangesWhileShown_isFollowed)
+{
+    show();
+    const QPalette dark(QColor(0x3a, 0x3a, 0x3c), QColor(0x2b, 0x2b, 0x2d));
+    const QPalette light(QColor(0xef, 0xef, 0xef));
+    for (const QPalette &palette : {dark, light, dark}) {
+        QApplication::setPalette(palette);
+        QCoreApplication::processEvents();
+        for (const NoteLabel *note : window.findChildren<NoteLabel *>())
+            EXPECT_EQ(note->palette().color(QPalette::WindowText).name(), secondaryText(palette).name())
+                << note->text().toStdString();
+        const QImage knob = pane().toggleActiveButton()->grab().toImage();
+        const QImage track = pane().toggleActiveButton()->parentWidget()->grab({90, 0, 1, 148}).toImage();
+        EXPECT_GT(knob.pixelColor(10, 12).lightness(), track.pixelColor(0, 49).lightness());
+    }
 }
 
 TEST_F(TamselPrefViewTest, tabs_standInOrder)
