@@ -2,6 +2,7 @@
 
 #include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
 #include "Classes/Shared/LastPathComponentCompare.h"
+#include "Classes/Shared/map.h"
 
 #include <algorithm>
 #include <numeric>
@@ -10,13 +11,19 @@ FoldersArrayController::FoldersArrayController(QObject *parent)
     : QAbstractTableModel(parent)
     , m_selection(this)
 {
+    connect(&m_presence, &FolderPresence::changed, this, &FoldersArrayController::announceChange);
+}
+
+void FoldersArrayController::announceChange()
+{
+    if (!m_arranged.empty())
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, kColumnCount - 1));
 }
 
 void FoldersArrayController::setRules(const FoldersTableRules *rules)
 {
     m_rules = rules;
-    if (!m_arranged.empty())
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, kColumnCount - 1));
+    announceChange();
 }
 
 void FoldersArrayController::setContent(const std::vector<HistoryEntry> &content)
@@ -30,8 +37,9 @@ void FoldersArrayController::setContent(const std::vector<HistoryEntry> &content
     m_arranged = std::move(arranged);
     if (!isSameCount)
         endResetModel();
-    else if (!m_arranged.empty())
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, kColumnCount - 1));
+    else
+        announceChange();
+    m_presence.look(map(m_arranged, [](const HistoryEntry &entry) { return entry.folder; }));
 }
 
 void FoldersArrayController::setSortDescriptors(std::vector<PXSortDescriptor> descriptors)
@@ -145,6 +153,8 @@ QVariant FoldersArrayController::data(const QModelIndex &index, int role) const
         return QString::fromStdString(entry.path);
     case StateRole:
         return cell(index).state;
+    case MissingRole:
+        return m_presence.isMissing(entry.folder);
     default:
         return {};
     }

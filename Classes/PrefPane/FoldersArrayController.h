@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/PrefPane/FolderPresence.h"
 #include "Classes/PrefPane/HistoryEntry.h"
 #include "Classes/PrefPane/PXSortDescriptor.h"
 
@@ -34,7 +35,8 @@ class FoldersArrayController final : public QAbstractTableModel
 public:
     enum Column { FolderColumn, PathColumn, StatusColumn, SavingsColumn, kColumnCount };
     enum Role {
-        StateRole = Qt::UserRole ///< bool: the state of the cell
+        StateRole = Qt::UserRole, ///< bool: the state of the cell
+        MissingRole               ///< bool: when last looked at, nothing was where the row's folder should be
     };
 
     explicit FoldersArrayController(QObject *parent = nullptr);
@@ -77,6 +79,7 @@ private:
     std::vector<std::size_t> arrangement(const std::vector<HistoryEntry> &entries) const;
     void rearrange();
     HistoryCell cell(const QModelIndex &index) const;
+    void announceChange();
     QVariant displayed(const HistoryEntry &entry, int column) const;
     QString spoken(const QModelIndex &index) const;
 
@@ -84,4 +87,5 @@ private:
     std::vector<HistoryEntry> m_arranged;
     std::vector<PXSortDescriptor> m_sortDescriptors;
     QItemSelectionModel m_selection;
+    FolderPresence m_presence;
 };

@@ -1,7 +1,10 @@
 #include "Classes/PrefPane/FoldersTableDelegate.h"
 
 #include "Classes/PrefPane/FoldersArrayController.h"
-#include "Classes/PrefPane/PaneColors.h"
+#include "Classes/PrefPane/PXFoldersCell.h"
+#include "Classes/PrefPane/PXPathCell.h"
+#include "Classes/PrefPane/PXSavingsCell.h"
+#include "Classes/PrefPane/PXStatusCell.h"
 
 #include <QApplication>
 #include <QStyle>
@@ -29,38 +32,34 @@ FoldersTableDelegate::FoldersTableDelegate(QObject *parent)
 {
 }
 
-QString FoldersTableDelegate::displayText(const QVariant &value, const QLocale &) const
+CellContext FoldersTableDelegate::context(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    return value.toString(); // as the model gives it, not in the manner of a language
+    CellContext context;
+    const QVariant value = index.data();
+    context.stringValue = value.toString();
+    context.objectValue = value.toULongLong();
+    context.isMissing = index.data(FoldersArrayController::MissingRole).toBool();
+    context.isHighlighted = option.state.testFlag(QStyle::State_Selected);
+    context.isEnabled = index.flags().testFlag(Qt::ItemIsEnabled);
+    context.state = index.data(FoldersArrayController::StateRole).toBool();
+    context.icon = context.isEnabled ? m_folderIcon : m_plainIcon;
+    context.palette = option.palette;
+    return context;
+}
+
+void FoldersTableDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    static constexpr decltype(&PXPathCell::drawInteriorWithFrame) kDraw[FoldersArrayController::kColumnCount] = {
+        PXFoldersCell::drawInteriorWithFrame, PXPathCell::drawInteriorWithFrame, PXStatusCell::drawInteriorWithFrame,
+        PXSavingsCell::drawInteriorWithFrame};
+    QStyleOptionViewItem shown = option;
+    initStyleOption(&shown, index);
+    const QStyle *const style = option.widget ? option.widget->style() : QApplication::style();
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &shown, painter, option.widget);
+    kDraw[index.column()](option.rect, context(shown, index), *painter);
 }
 
 QSize FoldersTableDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     return {QStyledItemDelegate::sizeHint(option, index).width(), kRowHeight};
-}
-
-void FoldersTableDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
-{
-    QStyledItemDelegate::initStyleOption(option, index);
-    const QPalette palette = option->palette;
-    const QColor grey =
-        blended(palette.color(QPalette::Normal, QPalette::Text), palette.color(QPalette::Normal, QPalette::Base), 0.45);
-    option->palette.setColor(QPalette::Disabled, QPalette::Text, grey);
-    // What is drawn is what is spoken: the name of the folder, the progress or "OFF", the size.
-    option->text = index.data(Qt::AccessibleTextRole).toString();
-    switch (index.column()) {
-    case FoldersArrayController::FolderColumn:
-        option->features |= QStyleOptionViewItem::HasDecoration;
-        option->icon = index.flags().testFlag(Qt::ItemIsEnabled) ? m_folderIcon : m_plainIcon;
-        option->decorationSize = kIconSize;
-        break;
-    case FoldersArrayController::PathColumn:
-        option->palette.setColor(QPalette::Active, QPalette::Text, secondaryText(palette));
-        option->palette.setColor(QPalette::Inactive, QPalette::Text, secondaryText(palette));
-        break;
-    default:
-        option->displayAlignment = Qt::AlignCenter;
-    }
-    // No frame around the one cell that is current: rows are chosen, not cells.
-    option->state &= ~QStyle::State_HasFocus;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Classes/PrefPane/TextFieldCell.h"
+
 #include <QIcon>
 #include <QStyledItemDelegate>
 
-/// Draws the rows of the folder table: the folder's name with an icon, its path, its progress and its savings, which
-/// `FoldersArrayController` gives as plain values. A disabled row, the sum of former folders, is grey and has no
-/// progress.
+/// Draws the rows of the folder table, each column by its cell, from the plain values that `FoldersArrayController`
+/// gives.
 class FoldersTableDelegate final : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -15,13 +16,12 @@ public:
 
     explicit FoldersTableDelegate(QObject *parent = nullptr);
 
-    QString displayText(const QVariant &value, const QLocale &locale) const override;
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
-protected:
-    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override;
-
 private:
+    CellContext context(const QStyleOptionViewItem &option, const QModelIndex &index) const;
+
     QIcon m_folderIcon;
     QIcon m_plainIcon;
 };

@@ -1,0 +1,82 @@
+#include "Classes/PrefPane/FolderPresence.h"
+
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class FolderPresenceTest : public ::testing::Test
+{
+protected:
+    FolderPresenceTest()
+    {
+        QObject::connect(&presence, &FolderPresence::changed, [this] { ++changes; });
+    }
+    bool untilChanges(int count)
+    {
+        return waitFor([&] { return changes == count; });
+    }
+
+    const fs::path there = PrivateHome::current().makeFolder("there");
+    const fs::path gone = PrivateHome::current().root() / "gone";
+    FolderPresence presence;
+    int changes = 0;
+};
+
+} // namespace
+
+TEST_F(FolderPresenceTest, beforeTheFirstLook_nothingIsMissing)
+{
+    EXPECT_FALSE(presence.isMissing(gone));
+}
+
+TEST_F(FolderPresenceTest, look_tellsWhatIsMissingAndWhatHasComeBack)
+{
+    presence.look({there, gone});
+    EXPECT_FALSE(presence.isMissing(gone)); // nobody has waited for the disk
+    ASSERT_TRUE(untilChanges(1));
+    EXPECT_TRUE(presence.isMissing(gone));
+    EXPECT_FALSE(presence.isMissing(there));
+    fs::create_directory(gone);
+    fs::remove(there);
+    presence.look({there, gone});
+    ASSERT_TRUE(untilChanges(2));
+    EXPECT_FALSE(presence.isMissing(gone));
+    EXPECT_TRUE(presence.isMissing(there));
+}
+
+TEST_F(FolderPresenceTest, look_askedForWhileLooking_theLastIsDone)
+{
+    for (int i = 0; i < 20; ++i)
+        presence.look({there});
+    presence.look({gone});
+    ASSERT_TRUE(untilChanges(1));
+    EXPECT_TRUE(presence.isMissing(gone));
+}
+
+TEST_F(FolderPresenceTest, look_pathThatCannotBeReached_isNotCalledMissing)
+{
+    const fs::path tooLong = there / std::string(300, 'a'); // the file system cannot have it, or say that it has not
+    presence.look({tooLong, gone});
+    ASSERT_TRUE(untilChanges(1));
+    EXPECT_FALSE(presence.isMissing(tooLong));
+}
+
+TEST_F(FolderPresenceTest, destroyedWhileLooking_endsInPeace)
+{
+    for (int i = 0; i < 50; ++i) {
+        auto shortLived = std::make_unique<FolderPresence>();
+        QObject::connect(shortLived.get(), &FolderPresence::changed, [this] { ++changes; });
+        shortLived->look({gone});
+        shortLived.reset();
+    }
+    runFor(50);
+    EXPECT_EQ(changes, 0);
+}
