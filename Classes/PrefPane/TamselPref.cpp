@@ -3,6 +3,7 @@
 #include "Classes/PrefPane/ConfirmationSheet.h"
 #include "Classes/PrefPane/IconButton.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/PrefPane/PXExclusionsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/PrefPane/PXPreferenceCommunicator.h"
 #include "Classes/PrefPane/TamselPrefView.h"
@@ -80,6 +81,8 @@ void TamselPref::didUnselect()
 void TamselPref::handleRequest(const std::string &request)
 {
     const bool isOn = settings()->helperActive();
+    if (m_exclusions && m_exclusions->handleRequest(request))
+        return;
     if (!m_view || (request != "on" && request != "off") || isOn == (request == "on"))
         return;
     toggleActiveButton()->setChecked(isOn); // as it is before the first selection, too

@@ -14,6 +14,7 @@ class ConfirmationSheet;
 class IconButton;
 class KeyframeAnimation;
 class Layer;
+class PXExclusionsController;
 class QAbstractButton;
 class QDialog;
 class QLabel;
@@ -40,7 +41,8 @@ public:
     void didSelect() override;
     void didUnselect() override;
 
-    /// "on" and "off": as a click on the switch would do, where it is not so already.
+    /// "on" and "off": as a click on the switch would do, where it is not so already. Those that begin with
+    /// "exclusions" change a list.
     void handleRequest(const std::string &request) override;
 
     /// Whether the user's login items hold the helper, wherever it lies. Looks at the list on every call.
@@ -101,6 +103,7 @@ private:
 
     void makeSheets();
     void connectHistory();
+    void connectExclusions();
     void connectControls();
     void connectView();
     void showLoginItem();
@@ -123,6 +126,7 @@ private:
     void animationDidStop(KeyframeAnimation *animation, bool finished);
 
     QPointer<TamselPrefView> m_view; ///< the host's
+    QPointer<PXExclusionsController> m_exclusions;
     QPointer<ConfirmationSheet> m_uninstallSheet;
     QPointer<ConfirmationSheet> m_restartSheet;
     std::optional<std::string> m_relauncherPath;

@@ -2,6 +2,7 @@
 
 #include "Classes/PrefPane/IconButton.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
+#include "Classes/PrefPane/PXExclusionsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/PrefPane/TamselPrefView.h"
 #include "Platform/LoginWindow.h"
@@ -14,6 +15,7 @@ QWidget *TamselPref::loadMainView()
     PXHistoryController::alloc();
     m_view = new TamselPrefView(bundle());
     connectHistory();
+    connectExclusions();
     makeSheets();
     connectControls();
     return m_view;
@@ -29,6 +31,19 @@ void TamselPref::connectHistory()
     m_view->setTotalSavings(history->totalSavings());
     connect(history, &PXHistoryController::totalSavingsChanged, m_view,
             [view = m_view, history] { view->setTotalSavings(history->totalSavings()); });
+}
+
+void TamselPref::connectExclusions()
+{
+    m_exclusions = new PXExclusionsController;
+    m_view->ui().exclusionsTab->follow(m_exclusions, [] {
+        std::vector<std::string> folders;
+        for (const HistoryEntry &entry : PXHistoryController::sharedHistoryController()->historyArray()) {
+            if (entry.enabled.value_or(false))
+                folders.push_back(entry.path);
+        }
+        return folders;
+    });
 }
 
 /// The actions of the interface. What belongs to the settings is connected once these are made.

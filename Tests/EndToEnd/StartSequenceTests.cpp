@@ -183,11 +183,18 @@ Lines operator+(Lines lines, const Lines &more)
     return lines;
 }
 
-/// The interface is made, and with it the history, in a folder that is there or not.
-Lines historyIsMade(const std::string &folder, bool isThere)
+/// The lists of a user who has none yet.
+Lines exclusionsAreMade(const std::string &folder)
+{
+    return {"file: make " + folder + "/excludedPaths.plist", "file: make " + folder + "/excludedExtensions.plist"};
+}
+
+/// The interface is made, and with it the history and the exclusion lists, in a folder that is there or not.
+Lines interfaceIsMade(const std::string &folder, bool isThere)
 {
     return Lines{"bus: observe pellixSavingsChanged"} + (isThere ? Lines{} : Lines{"file: make " + folder + '/'}) +
-           Lines{"file: make " + folder + "/history.db.lock", "file: make " + folder + "/history.db"};
+           Lines{"file: make " + folder + "/history.db.lock", "file: make " + folder + "/history.db"} +
+           exclusionsAreMade(folder);
 }
 
 const Lines kHistoryIsThere = {"bus: observe pellixSavingsChanged"};
@@ -235,7 +242,7 @@ class StartWithFolder : public StartSequence, public ::testing::WithParamInterfa
 
 TEST_F(StartSequence, firstStart_makesWhatIsMissingAndGoesStepByStep)
 {
-    expectStart(historyIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")),
+    expectStart(interfaceIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")),
                 helperStarts("make", "Tamsel"));
     EXPECT_EQ(truthOf(PropertyList::read(dataFolder() / "Tamsel/defaults.plist")->find("firstRun")), false);
 }
@@ -248,7 +255,7 @@ TEST_F(StartSequence, secondStart_makesNothingAnew)
 
 TEST_F(StartSequence, helper_observesWhateverThePanePosts)
 {
-    expectStart(historyIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")),
+    expectStart(interfaceIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")),
                 helperStarts("make", "Tamsel"));
     EXPECT_THAT(
         only(helperLines(), [](const std::string &line) { return line.starts_with("bus: observe "); }),
@@ -264,7 +271,7 @@ TEST_F(StartSequence, helperRunsAlready_isStartedAllTheSameAndHandsOver)
 {
     HelperProcess helper;
     ASSERT_TRUE(helper.waitUntilFound());
-    expectStart(kHistoryIsThere + load("Tamsel", settingsAreMade("Tamsel")),
+    expectStart(kHistoryIsThere + exclusionsAreMade("Tamsel") + load("Tamsel", settingsAreMade("Tamsel")),
                 {"file: open to write Tamsel/helper.lock"});
     EXPECT_THAT(helperLines(), IsSupersetOf({"bus: call Activate", "process: TamselHelper ends"}));
     EXPECT_TRUE(helper.isRunning());
@@ -274,7 +281,7 @@ TEST_P(StartWithFolder, existingFolder_isUsedUnderItsName)
 {
     const std::string name = GetParam();
     fs::create_directories(dataFolder() / name);
-    expectStart(historyIsMade(name, true) + load(name, settingsAreMade(name)), helperStarts("make", name));
+    expectStart(interfaceIsMade(name, true) + load(name, settingsAreMade(name)), helperStarts("make", name));
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, StartWithFolder, ::testing::Values("Pellix", "Pellixer", "Tamsel"));
@@ -283,7 +290,7 @@ TEST_F(StartSequence, foldersOfSeveralNames_theOldestServesAndTheOthersAreLeftAl
 {
     for (const char *const name : {"Pellix", "Pellixer", "Tamsel"})
         fs::create_directories(dataFolder() / name);
-    expectStart(historyIsMade("Pellix", true) + load("Pellix", settingsAreMade("Pellix")),
+    expectStart(interfaceIsMade("Pellix", true) + load("Pellix", settingsAreMade("Pellix")),
                 helperStarts("make", "Pellix"));
 }
 
@@ -292,7 +299,7 @@ TEST_F(StartSequence, updatesSwitchedOff_theHelperIsToldSo)
     fs::create_directories(dataFolder() / "Tamsel");
     PropertyList settings(PropertyList::Dictionary{{"firstRun", false}, {"checkUpdates", false}});
     ASSERT_TRUE(settings.write(dataFolder() / "Tamsel/defaults.plist"));
-    Lines lines = historyIsMade("Tamsel", true) + load("Tamsel", settingsAreKept("Tamsel"));
+    Lines lines = interfaceIsMade("Tamsel", true) + load("Tamsel", settingsAreKept("Tamsel"));
     std::ranges::replace(lines, "bus: post pellixHelperEnableUpdates", "bus: post pellixHelperDisableUpdates");
     expectStart(lines, helperStarts("make", "Tamsel"));
 }
@@ -300,7 +307,7 @@ TEST_F(StartSequence, updatesSwitchedOff_theHelperIsToldSo)
 TEST_F(StartSequence, loginItem_isRebuiltAtTheEnd)
 {
     makeLoginItem();
-    expectStart(historyIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")) +
+    expectStart(interfaceIsMade("Tamsel", false) + load("Tamsel", settingsAreMade("Tamsel")) +
                     Lines{"file: replace " + kLoginItem},
                 helperStarts("make", "Tamsel"));
 }
@@ -313,7 +320,7 @@ TEST_F(StartSequence, paneUnderAnEarlierName_isRenamedAndAsksForARelaunch)
     makeLoginItem();
     // From the renaming on, the helper and what else lies in the bundle is where this process does not look: the next
     // host starts the one and renews the login item.
-    expectStart(historyIsMade("Tamsel", false) +
+    expectStart(interfaceIsMade("Tamsel", false) +
                     Lines{"bus: observe com.dovrane.tamsel.relaunch", "process: start TamselRenamer \"\"",
                           "file: rename PreferencePanes/Pellix.prefPane to PreferencePanes/Tamsel.prefPane",
                           "bus: post com.dovrane.tamsel.relaunch", "process: TamselRenamer ends"} +

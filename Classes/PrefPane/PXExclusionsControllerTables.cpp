@@ -1,0 +1,111 @@
+#include "Classes/PrefPane/PXExclusionsController.h"
+
+#include "Classes/Shared/AlertSheet.h"
+#include "Platform/HostApplication.h"
+
+#include <QMimeData>
+#include <QUrl>
+
+#include <algorithm>
+
+// What the two tables ask their delegate.
+
+bool PXExclusionsController::tableviewRemoveSelectedRowIndexes(DVTableView &table, const std::vector<int> &)
+{
+    if (&table == m_paths.tableView)
+        removePaths();
+    else
+        removeExtensions();
+    return true;
+}
+
+/// A row that the filter hides could be the one that the edited is a duplicate of.
+QModelIndex PXExclusionsController::tableviewWillEdit(DVTableView &table, const QModelIndex &index)
+{
+    ExclusionsArrayController *const arranged =
+        &table == m_paths.tableView ? m_paths.arrayController : m_extensions.arrayController;
+    const ExclusionEntry entry = arranged->arrangedObjects()[std::size_t(index.row())];
+    arranged->setFilter({});
+    return arranged->index(arranged->rowOf(entry), index.column());
+}
+
+void PXExclusionsController::tableviewDidEndEditing(DVTableView &table, const std::vector<int> &rows)
+{
+    ExclusionsArrayController *const arranged = m_extensions.arrayController;
+    if (&table != m_extensions.tableView || rows.empty() || rows.front() >= arranged->rowCount())
+        return;
+    const ExclusionEntry entry = arranged->arrangedObjects()[std::size_t(rows.front())];
+    entry->remove(u' ');
+    while (entry->startsWith(u'.'))
+        entry->remove(0, 1);
+    announce(m_extensions);
+    if (entry->isEmpty())
+        return beginEditing(entry);
+    if (removeIfDuplicate(entry))
+        return;
+    saveExclusionExtensions();
+    if (const int row = arranged->rowOf(entry); row >= 0)
+        table.scrollTo(arranged->index(row, 0));
+}
+
+bool PXExclusionsController::removeIfDuplicate(const ExclusionEntry &entry)
+{
+    const ExclusionEntries &others = m_extensions.arrayController->arrangedObjects();
+    const bool isDuplicate = std::any_of(
+        others.begin(), others.end(), [&](const ExclusionEntry &other) { return other != entry && *other == *entry; });
+    if (!isDuplicate)
+        return false;
+    AlertSheet::alertWithMessageText(
+        "Duplicated Extension", "OK", {}, {},
+        "There was another excluded extension with the same name, Tamsel removed the duplicate.")
+        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+    std::erase(m_extensions.entries, entry);
+    announce(m_extensions);
+    return true;
+}
+
+QStringList PXExclusionsController::extensionsFor(const QStringList &paths)
+{
+    QStringList extensions;
+    for (QString path : paths) {
+        while (path.endsWith(u'/'))
+            path.chop(1);
+        const QString name = path.mid(path.lastIndexOf(u'/') + 1);
+        const qsizetype dot = name.lastIndexOf(u'.');
+        if (dot > 0 && dot + 1 < name.size())
+            extensions.append(name.mid(dot + 1));
+    }
+    return extensions;
+}
+
+static QStringList fileNames(const QMimeData &data)
+{
+    QStringList names;
+    for (const QUrl &url : data.urls()) {
+        if (!url.isLocalFile())
+            continue;
+        QString path = url.toLocalFile();
+        while (path.size() > 1 && path.endsWith(u'/'))
+            path.chop(1);
+        names.append(path);
+    }
+    return names;
+}
+
+bool PXExclusionsController::tableViewValidateDrop(DVTableView &, const QMimeData &data)
+{
+    return data.hasUrls();
+}
+
+bool PXExclusionsController::tableViewAcceptDrop(DVTableView &table, const QMimeData &data, const QObject *source)
+{
+    const QStringList names = fileNames(data);
+    if (source == &table || names.isEmpty())
+        return false;
+    if (&table == m_paths.tableView)
+        addNewPaths(names);
+    else
+        addNewExtensions(extensionsFor(names));
+    HostApplication::current().activate(true);
+    return true;
+}
