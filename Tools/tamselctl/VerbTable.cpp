@@ -119,6 +119,28 @@ static constexpr Verb kVerbs[] = {
      "empty.\n\n"
      " tamselctl must-exclude --only --rules my.plist \"$HOME/film.mkv\"",
      showExclusionByRules},
+    {"exclusions paths",
+     "list | add PATH... | remove PATH...",
+     1,
+     kAnyNumber,
+     {},
+     "Show or change the list of folders and files that are left alone",
+     "\"list\" prints the absolute paths in the order in which they were added, \"add\" adds those that are not there "
+     "yet, \"remove\" removes those that are. \"/\" cannot be excluded. What is so already is no failure.\n\n"
+     "A panel that runs is asked to make the change, one entry after the other. Where none runs, excludedPaths.plist "
+     "is "
+     "written and \"com.dovrane.pellix.excludedPaths\" is posted. A user who has no list yet gets the one that comes "
+     "with Tamsel first.",
+     changeExcludedPaths},
+    {"exclusions extensions",
+     "list | add EXTENSION... | remove EXTENSION...",
+     1,
+     kAnyNumber,
+     {},
+     "Show or change the list of extensions that are left alone",
+     "As \"exclusions paths\", for the extensions of files, without their dot. Case counts: jpg and JPG are two. They "
+     "are kept in excludedExtensions.plist, and \"com.dovrane.pellix.excludedExtensions\" is posted.",
+     changeExcludedExtensions},
     {"compress", "FILE...", 1, kAnyNumber, kCompressOptions, "Write compressed copies of files into a folder",
      "Each copy consists of an empty file NAME with the compressed-file flag and the attribute com.apple.decmpfs, and "
      "of ._NAME beside it with the compressed content. The originals are not touched. Programs that know nothing of "
@@ -184,7 +206,8 @@ static constexpr ManualSection kSections[] = {
      "0: done.\n\n1: not done, or not all of it; the reason is on standard error.\n\n2: wrong use; nothing was done."},
     {"FILES",
      "Below $XDG_DATA_HOME, or ~/.local/share: Tamsel/defaults.plist holds the settings, Tamsel/history.db the watched "
-     "folders and their savings. A folder Pellix or Pellixer of an earlier installation is used in place of Tamsel."},
+     "folders and their savings, Tamsel/excludedPaths.plist and Tamsel/excludedExtensions.plist what is left alone. A "
+     "folder Pellix or Pellixer of an earlier installation is used in place of Tamsel."},
 };
 
 std::span<const Verb> verbs()

@@ -27,6 +27,10 @@ ExitCode resolveAlias(Invocation &invocation);
 // ExclusionVerbs.cpp
 ExitCode showExclusionByRules(Invocation &invocation);
 
+// ExclusionListVerbs.cpp
+ExitCode changeExcludedPaths(Invocation &invocation);
+ExitCode changeExcludedExtensions(Invocation &invocation);
+
 // CompressVerb.cpp
 ExitCode compressFiles(Invocation &invocation);
 
