@@ -104,6 +104,9 @@ public:
     /// Corrupt when what was written there is no number or the companion cannot be read, Permission when the file must
     /// be read for it and may not be.
     virtual Result<std::uint32_t> flags(const Path &path) const = 0;
+
+    /// Errors: NotSupported, and nothing is written, when it would take `UF_COMPRESSED` from a file whose volume
+    /// compresses it; NotFound, Permission, NoSpace, Io.
     virtual Result<void> setFlags(const Path &path, std::uint32_t flags) = 0;
 
     /// Names in the order of the file system. Empty when there are none. Errors: Corrupt when its companion cannot be

@@ -30,6 +30,9 @@ Result<void> FakeFileSystem::setFlags(const Path &path, std::uint32_t flags)
         return node.failure();
     if ((*node)->status.type == FileType::Link)
         return Failure::fromErrno(EPERM, "fake", path);
+    const bool isCompressed = !(*node)->content.empty() && (*node)->isOnCompressingVolume;
+    if (isCompressed && !(flags & kCompressedFlag))
+        return Failure::fromErrno(ENOTSUP, "fake", path);
     (*node)->flags = flags;
     return {};
 }

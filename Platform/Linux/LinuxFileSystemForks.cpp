@@ -124,6 +124,15 @@ Result<bool> LinuxFileSystem::cameCompressed(const Path &path) const
 
 Result<void> LinuxFileSystem::setFlags(const Path &path, std::uint32_t flags)
 {
+    const Result<struct stat> status = statusOf(path);
+    if (!status)
+        return status.failure();
+    const bool hasContent = S_ISREG(status->st_mode) && status->st_size > 0;
+    if (hasContent && !(flags & kCompressedFlag)) {
+        const Result<bool> isCompressed = VolumeCompression::isUsedFor(path, *status);
+        if (isCompressed && *isCompressed) // no number takes that away
+            return Failure{ErrorCode::NotSupported, ENOTSUP, path.native() + " is compressed by its volume"};
+    }
     return FlagNumber::write(path, flags);
 }
 

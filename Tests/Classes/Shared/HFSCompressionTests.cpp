@@ -98,6 +98,17 @@ TEST_F(HFSCompressionTest, clearFlag_failing_isSilent)
     EXPECT_TRUE(HFSCompression::isFileUFCompressed("/file"));
 }
 
+TEST_F(HFSCompressionTest, clearFlag_ofAFileThatItsVolumeCompresses_isRefused)
+{
+    FakeFileSystem files;
+    const Override<FileSystem> installed(files);
+    files.addFile("/file", CompressedSample::text(1000));
+    files.setOnCompressingVolume("/file");
+    EXPECT_TRUE(HFSCompression::isFileUFCompressed("/file"));
+    EXPECT_FALSE(HFSCompression::setFileAsUFCompressed("/file", false));
+    EXPECT_TRUE(HFSCompression::setFileAsUFCompressed("/file", true));
+}
+
 TEST_F(HFSCompressionTest, setFlag_onFileWithContent_doesNotTake)
 {
     FakeFileSystem files;

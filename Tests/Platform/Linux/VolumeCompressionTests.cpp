@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <random>
+#include <sys/xattr.h>
 
 using ::testing::IsEmpty;
 
@@ -75,11 +76,13 @@ TEST_F(VolumeCompressionTest, flags_onlyTheLastOfManyExtentsIsCompressed_areComp
     EXPECT_EQ(flags(), kCompressedFlag);
 }
 
-TEST_F(VolumeCompressionTest, flags_written_doNotHideTheVolumesOwn)
+TEST_F(VolumeCompressionTest, flags_cleared_areRefusedAndTheFileIsAsItWas)
 {
     write(CompressedSample::text(300000));
-    ASSERT_TRUE(m_files.setFlags(m_file, 0));
+    EXPECT_EQ(m_files.setFlags(m_file, 0).failure().code, ErrorCode::NotSupported);
+    EXPECT_EQ(::lgetxattr(m_file.c_str(), "user.tamsel.st_flags", nullptr, 0), -1);
     EXPECT_EQ(flags(), kCompressedFlag);
+    EXPECT_TRUE(m_files.setFlags(m_file, kCompressedFlag)) << "which it has";
     EXPECT_EQ(m_files.openResourceFork(m_file).failure().code, ErrorCode::NotFound);
     EXPECT_THAT(*m_files.attributeNames(m_file, Links::NotFollow), IsEmpty());
 }
