@@ -1,4 +1,6 @@
+#include "Platform/Linux/Descriptor.h"
 #include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/PrivateMounts.h"
 #include "Tests/Tools/tamselctl/Tamselctl.h"
 
 #include <fstream>
@@ -6,7 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -127,6 +131,26 @@ TEST_F(CompressionVerbs, inspectOfAnOrdinaryFile_isNoFailure)
     EXPECT_EQ(objects[0][QStringLiteral("logicalSize")], 7);
     EXPECT_EQ(objects[0][QStringLiteral("dataForkSize")], 7);
     EXPECT_FALSE(objects[0].contains(QStringLiteral("numBlocks")));
+}
+
+TEST_F(CompressionVerbs, inspectOfAFileThatItsVolumeCompresses_isNoFailure)
+{
+    PrivateMounts mounts;
+    const fs::path volume = PrivateHome::current().makeFolder("btrfs");
+    if (!mounts.mountCompressing(volume))
+        GTEST_SKIP() << "this machine does not let the test mount a btrfs volume, or has no mkfs.btrfs";
+    std::ofstream(volume / "file") << text(300000);
+    const Descriptor folder(::open(volume.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::syncfs(folder.get()), 0); // only on the medium it is compressed
+    const Ended ended = tamselctl({"inspect", volume / "file", "--json"});
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    const auto objects = jsonLines(ended.out);
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0][QStringLiteral("compressed")], true);
+    EXPECT_EQ(objects[0][QStringLiteral("compressedByVolume")], true);
+    EXPECT_EQ(objects[0][QStringLiteral("logicalSize")], 300000);
+    EXPECT_FALSE(objects[0].contains(QStringLiteral("trouble")));
+    EXPECT_EQ(compress({volume / "file"}).exitCode, 0) << "a copy of it is made as of any other";
 }
 
 TEST_F(CompressionVerbs, inspectOfADamagedFile_fails)
