@@ -11,7 +11,7 @@
 #include "Platform/DistributedNotificationCenter.h"
 #include "Platform/HostApplication.h"
 #include "Platform/Workspace.h"
-#include "ui_TamselPref.h"
+#include "Resources/ui_TamselPref.h"
 
 static constexpr const char *kHelperIdentifier = "com.dovrane.TamselHelper";
 static const std::string kSite = "https://www.tamsel.example";

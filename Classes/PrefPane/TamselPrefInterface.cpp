@@ -7,7 +7,7 @@
 #include "Classes/PrefPane/TamselPrefView.h"
 #include "Platform/LoginWindow.h"
 #include "Platform/Workspace.h"
-#include "ui_TamselPref.h"
+#include "Resources/ui_TamselPref.h"
 
 QWidget *TamselPref::loadMainView()
 {

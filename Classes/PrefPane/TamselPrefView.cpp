@@ -7,7 +7,7 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
 #include "Platform/Bundle.h"
-#include "ui_TamselPref.h"
+#include "Resources/ui_TamselPref.h"
 
 #include <QFile>
 #include <QHeaderView>
