@@ -16,12 +16,15 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
+#include <QStyleFactory>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
 #include <set>
 
 using testing::AllOf;
@@ -76,6 +79,26 @@ protected:
         for (int column = 0; column < table.model()->columnCount(); ++column)
             texts.push_back(table.model()->index(row, column).data(Qt::AccessibleTextRole).toString().toStdString());
         return texts;
+    }
+
+    /// Of the colours in `image` the one that differs most from `around`, by the ratio of their luminances.
+    static double strongestContrast(const QImage &image, const QColor &around)
+    {
+        const auto luminance = [](const QColor &color) {
+            const auto linear = [](double share) {
+                return share <= 0.04 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF()) +
+                   0.05;
+        };
+        double strongest = 1;
+        for (int x = 0; x < image.width(); ++x) {
+            for (int y = 0; y < image.height(); ++y) {
+                const double ratio = luminance(image.pixelColor(x, y)) / luminance(around);
+                strongest = std::max(strongest, std::max(ratio, 1 / ratio));
+            }
+        }
+        return strongest;
     }
 
     static PXDefaultsController *settings() { return PXDefaultsController::sharedDefaultsController(); }
@@ -148,6 +171,23 @@ TEST_F(TamselPrefViewTest, tableReachedByKeyboard_showsThatItIs)
     EXPECT_FALSE(ring.isVisible());
     table.setFocus(Qt::MouseFocusReason);
     EXPECT_FALSE(ring.isVisible());
+}
+
+TEST_F(TamselPrefViewTest, emptyCheckBox_standsOutFromTheWindow)
+{
+    const std::unique_ptr<QStyle> style(QStyleFactory::create(QStringLiteral("Fusion")));
+    loginWindow.addOther("a", "/opt/other/Other.app");
+    show();
+    auto &box = find<QCheckBox>("autorunAtLoginButton");
+    ASSERT_FALSE(box.isChecked());
+    box.setStyle(style.get());
+    for (const QPalette &palette :
+         {QPalette(QColor(0x3a, 0x3a, 0x3c), QColor(0x2b, 0x2b, 0x2d)), QPalette(QColor(0xef, 0xef, 0xef))}) {
+        QApplication::setPalette(palette);
+        QCoreApplication::processEvents();
+        // As the guidelines for accessible contents want it of a control's edge.
+        EXPECT_GE(strongestContrast(box.grab({0, 0, 16, box.height()}).toImage(), palette.color(QPalette::Window)), 3);
+    }
 }
 
 TEST_F(TamselPrefViewTest, paletteThatChangesWhileShown_isFollowed)
