@@ -73,15 +73,16 @@ Result<CompressedFileInspection> CompressedFileInspection::inspect(const Path &p
     if (const Result<Bytes> value = files.attribute(path, kDecmpfsAttribute, Links::NotFollow))
         found.header = readDecmpfs(*value);
     const std::string troubleOfFork = troubleInFork(path, found, eachBlock);
-    if (!found.isCompressed())
-        found.trouble = "the file is not stored compressed";
-    else if (found.isCompressedByVolume())
-        found.trouble = "it is the volume that compresses the file";
+    if (found.isCompressedByVolume())
+        found.troubleOfContent = "it is the volume that compresses the file";
+    else if (found.dataSize > 0)
+        found.troubleOfContent = "the file has content of its own";
     else if (!found.header)
-        found.trouble = "the compression header is missing or damaged";
+        found.troubleOfContent = "the compression header is missing or damaged";
     else if (found.header->compressionType != kResourceForkCompression)
-        found.trouble = "the compression type is " + std::to_string(found.header->compressionType);
+        found.troubleOfContent = "the compression type is " + std::to_string(found.header->compressionType);
     else
-        found.trouble = troubleOfFork;
+        found.troubleOfContent = troubleOfFork;
+    found.trouble = found.isCompressed() ? found.troubleOfContent : "the file is not stored compressed";
     return found;
 }

@@ -14,7 +14,8 @@ struct CompressedFileInspection
     ByteCount dataSize = 0;               ///< of the data fork
     std::optional<ByteCount> logicalSize; ///< nullopt when it cannot be said
     ByteCount occupiedSize = 0;
-    std::string trouble; ///< the first thing that keeps the file from being expanded; empty when there is none
+    std::string trouble;          ///< the first thing that keeps the file from being expanded; empty when there is none
+    std::string troubleOfContent; ///< the same, whether or not the file's flag says that it is compressed
 
     bool isCompressed() const { return flags & kCompressedFlag; }
 

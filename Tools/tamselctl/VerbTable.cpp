@@ -19,6 +19,19 @@ static constexpr Option kIsOpenOptions[] = {
     {"--excluding-own", nullptr, "Leave tamselctl itself out; with --writing, of that answer alone."},
 };
 
+static constexpr Option kExpandFileOptions[] = {
+    {"--to", "DEST", "Write the expanded file there, and leave FILE compressed."},
+    {"--ignore-compression-flag", nullptr, "Expand a file too that is not known as compressed."},
+};
+
+static constexpr Option kAttributesOptions[] = {
+    {"--no-follow", nullptr, "Of a link its own attributes, not its target's."},
+};
+
+static constexpr Option kAttributesCopyOptions[] = {
+    {"--skip", "NAME", "Leave this attribute out, in whatever case it is written.", false, true},
+};
+
 static constexpr Verb kVerbs[] = {
     {"status",
      "",
@@ -150,6 +163,54 @@ static constexpr Verb kVerbs[] = {
      "out, with the reason: whatever is no plain file, a file with a resource fork, a name over 253 bytes, a file over "
      "512 MiB, and one that would take no less room. The others are written all the same, and the exit status is 1.",
      compressFiles},
+    {"expand",
+     "PATH...",
+     1,
+     kAnyNumber,
+     {},
+     "Turn compressed files back into ordinary ones, in their place",
+     "Expands every file at and below each PATH that is stored compressed, has 4096 bytes or more, belongs to you and "
+     "to one of your groups and is writable. Links are not followed; other volumes below PATH are entered. What is "
+     "left alone is counted by the reason.\n\n"
+     "The expanded file is written whole beside the compressed one or in the temporary folder, and is on the disk "
+     "before it takes its place, with all attributes, mode, owner and times. A file that another process has open for "
+     "writing, or whose compressed content other names share, is left as it is. With --json each line has an event: "
+     "willExpand, didExpand with its result, finished, and summary at the end.\n\n"
+     "An interrupt (Ctrl-C) ends the work between two blocks; the file that is being expanded stays compressed, and "
+     "the "
+     "summary says what was done. The exit status is 1 when a file could not be expanded.",
+     expandPaths},
+    {"expand-file", "FILE", 1, 1, kExpandFileOptions, "Turn one compressed file back into an ordinary one",
+     "Whatever its size and owner. With --to a file that is there is replaced and keeps its mode and owner; a new one "
+     "gets the mode 755 less your mask. A file with content of its own is never replaced by the compressed content "
+     "beside it.\n\n"
+     "A failure is told with domain, code and message where it has them; with --json one object says ok, and on "
+     "failure "
+     "domain, code, message and reason. A file whose content is damaged is no longer known as compressed afterwards; "
+     "nothing of it is lost, and \"repair\" undoes that where it can.",
+     expandFile},
+    {"repair",
+     "PATH...",
+     1,
+     kAnyNumber,
+     {},
+     "Make files known as compressed again after a failed expansion",
+     "A file whose expansion failed or was killed can be left without the flag by which it is known as compressed: "
+     "programs see an empty file then. This sets the flag again, after every block of the content has been inflated "
+     "and "
+     "checked. In a folder every file that might be one is looked at.",
+     repairPaths},
+    {"attributes list", "PATH", 1, 1, kAttributesOptions, "List the extended attributes of a file",
+     "The names, in the order of the file system.", listAttributes},
+    {"attributes get", "PATH NAME", 2, 2, kAttributesOptions, "Print the value of an extended attribute",
+     "Its bytes, with nothing added.", getAttribute},
+    {"attributes set", "PATH NAME VALUE", 3, 3, kAttributesOptions, "Create or replace an extended attribute",
+     "The value is the bytes of VALUE. A failure is told with domain, code and message.", setAttribute},
+    {"attributes copy", "FROM TO", 2, 2, kAttributesCopyOptions, "Copy the extended attributes of one file to another",
+     "Those that TO has besides are kept. Links themselves are meant, not their targets. One that cannot be written "
+     "does "
+     "not keep the others from being copied; the exit status is 1 then.",
+     copyAttributes},
     {"inspect",
      "FILE",
      1,
@@ -197,7 +258,7 @@ static constexpr ManualSection kSections[] = {
      "background. tamselctl shows and changes the state of both from scripts, and collects what a report of a fault "
      "needs.\n\n"
      "In this version the helper looks for files that are stored compressed and counts what they save. It does not "
-     "compress or change any file."},
+     "compress or change any file; \"expand\" does, where it is told to."},
     {"OUTPUT",
      "Text for people, whose form may change. With --json every line is one JSON object, whose keys keep their names; "
      "numbers of bytes go up to 18446744073709551615. A byte of a file name that is not UTF-8 is written as the escape "

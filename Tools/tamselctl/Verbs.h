@@ -31,8 +31,21 @@ ExitCode showExclusionByRules(Invocation &invocation);
 ExitCode changeExcludedPaths(Invocation &invocation);
 ExitCode changeExcludedExtensions(Invocation &invocation);
 
+// AttributesVerbs.cpp
+ExitCode listAttributes(Invocation &invocation);
+ExitCode getAttribute(Invocation &invocation);
+ExitCode setAttribute(Invocation &invocation);
+ExitCode copyAttributes(Invocation &invocation);
+
 // CompressVerb.cpp
 ExitCode compressFiles(Invocation &invocation);
+
+// ExpandVerbs.cpp
+ExitCode expandPaths(Invocation &invocation);
+ExitCode expandFile(Invocation &invocation);
+
+// RepairVerb.cpp
+ExitCode repairPaths(Invocation &invocation);
 
 // InspectVerb.cpp
 ExitCode inspectFile(Invocation &invocation);

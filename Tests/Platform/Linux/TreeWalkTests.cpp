@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 
 using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
 using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
 
 class TreeWalkTest : public ::testing::Test
 {
