@@ -3,6 +3,7 @@
 #include "Helper/HelperApplication.h"
 #include "Helper/HelperStart.h"
 #include "Platform/Bundle.h"
+#include "Platform/DistributedNotificationCenter.h"
 #include "Platform/Services.h"
 #include "Platform/ThisProcess.h"
 
@@ -78,7 +79,9 @@ static int run(QCoreApplication &application, const Path &supportFolder, const H
     const bool isStopped = !helper || helper->stop();
     start.release();
     logLine("Ends");
-    if (!wantsRestart && !isStopped)
+    // A connection that is still being made to a bus that never answers would be waited for, too.
+    const bool hasBus = DistributedNotificationCenter::current().isConnected();
+    if (!wantsRestart && (!isStopped || !hasBus))
         ThisProcess::current().exitAtOnce(status);
     if (!wantsRestart)
         return status;

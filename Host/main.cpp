@@ -1,7 +1,9 @@
 #include "Host/HostOptions.h"
 #include "Host/HostSession.h"
 #include "Host/PreferencesApplication.h"
+#include "Platform/DistributedNotificationCenter.h"
 #include "Platform/Services.h"
+#include "Platform/ThisProcess.h"
 
 #include <cstdlib>
 
@@ -13,8 +15,13 @@ int main(int argc, char **argv)
     holdBackSignals();
     leaveSilentBus();
     PreferencesApplication application(argc, argv);
+    returnToBus();
     installPaneServices();
     HostSession session(application, readHostOptions(QCoreApplication::arguments()));
     session.start();
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    // A connection that is still being made to a bus that never answers would be waited for.
+    if (!DistributedNotificationCenter::current().isConnected())
+        ThisProcess::current().exitAtOnce(status);
+    return status;
 }

@@ -1,3 +1,5 @@
+#include "Platform/Linux/SilentBus.h"
+
 #include "Platform/Linux/Descriptor.h"
 #include "Platform/Services.h"
 
@@ -5,16 +7,25 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <string>
+#include <fstream>
+#include <utility>
 
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-/// Far beyond what a loaded machine needs: to take a living bus for a silent one would be the worse mistake.
-static constexpr std::chrono::seconds kLongestAnswer{3};
+using std::chrono::milliseconds;
+
+static constexpr milliseconds kLook{20};
+
+/// A bus that could run has answered by then.
+static constexpr milliseconds kUsualAnswer{100};
+
+/// Far beyond what one that waits for a processor needs on a loaded machine.
+static constexpr milliseconds kLongestAnswer{3000};
+
+static std::optional<LeftBus> s_left;
 
 /// The socket of the first address in the list, with a leading NUL where it is abstract; nothing for other kinds.
 static std::optional<std::string> socketOf(const std::string &addresses)
@@ -34,6 +45,20 @@ static std::optional<std::string> socketOf(const std::string &addresses)
     return std::nullopt;
 }
 
+/// Whether the process at the other end would go on if it were given a processor or its disk.
+static bool isHeldUp(const Descriptor &socket)
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0)
+        return false;
+    std::ifstream file("/proc/" + std::to_string(peer.pid) + "/stat");
+    std::string line; // "PID (NAME) STATE ..."
+    std::getline(file, line);
+    const std::size_t state = line.rfind(") ");
+    return state != std::string::npos && (line[state + 2] == 'R' || line[state + 2] == 'D');
+}
+
 /// Begins the greeting of the bus protocol; answers whether the other side takes it and then says nothing.
 static bool isSilent(const std::string &name)
 {
@@ -51,9 +76,14 @@ static bool isSilent(const std::string &name)
     static constexpr char kGreeting[] = "\0AUTH\r\n";
     if (::send(bus.get(), kGreeting, sizeof kGreeting - 1, MSG_NOSIGNAL) < 0)
         return false;
-    pollfd waiting = {bus.get(), POLLIN, 0};
-    const auto milliseconds = std::chrono::milliseconds(kLongestAnswer).count();
-    return ::poll(&waiting, 1, int(milliseconds)) == 0;
+    for (milliseconds waited{0}; waited < kLongestAnswer; waited += kLook) {
+        pollfd waiting = {bus.get(), POLLIN, 0};
+        if (::poll(&waiting, 1, int(kLook.count())) != 0)
+            return false;
+        if (waited >= kUsualAnswer && !isHeldUp(bus))
+            break;
+    }
+    return true;
 }
 
 void leaveSilentBus()
@@ -65,6 +95,13 @@ void leaveSilentBus()
         addresses = std::string("unix:path=") + runtime + "/bus";
     const std::optional<std::string> name = socketOf(addresses);
     // An address that no library knows fails at once, where none at all would have one looked for.
-    if (name && isSilent(*name))
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    if (!name || !isSilent(*name))
+        return;
+    s_left = LeftBus{given ? std::optional<std::string>(given) : std::nullopt};
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+}
+
+std::optional<LeftBus> takeLeftBus()
+{
+    return std::exchange(s_left, std::nullopt);
 }

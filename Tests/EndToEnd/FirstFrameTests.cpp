@@ -1,6 +1,7 @@
 #include "Classes/Shared/truthOf.h"
 #include "Platform/ApplicationName.h"
 #include "Platform/PropertyList.h"
+#include "Platform/Workspace.h"
 #include "Tests/Support/HelperProcess.h"
 #include "Tests/Support/HostProcess.h"
 #include "Tests/Support/PrivateBus.h"
@@ -92,6 +93,17 @@ TEST_F(FirstFrame, busThatNeverAnswers)
 {
     bus.freeze();
     expectUsable();
+}
+
+TEST_F(FirstFrame, busThatAnswersLate)
+{
+    bus.freeze();
+    host.showOn(display.name());
+    host.start();
+    ASSERT_TRUE(waitFor([&] { return host.firstFrameOfPane().has_value(); }, 60000));
+    bus.thaw();
+    for (const char *const program : {"com.dovrane.Preferences", "com.dovrane.TamselHelper"})
+        EXPECT_TRUE(waitFor([&] { return Workspace::current().isRunning(program); }, 60000)) << program;
 }
 
 TEST_F(FirstFrame, helperThatHangs)

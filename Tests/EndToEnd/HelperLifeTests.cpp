@@ -186,6 +186,15 @@ TEST_F(HelperLife, withoutABus_startsSurveysAndIsFoundWhenTheBusComes)
     EXPECT_EQ(exitCode, 0);
 }
 
+TEST_F(HelperLife, busThatNeverAnswers_theHelperStartsAndEndsAllTheSame)
+{
+    bus.freeze();
+    HelperProcess helper;
+    ASSERT_TRUE(helper.waitForLog("installed version"));
+    helper.terminate();
+    EXPECT_EQ(helper.waitForEnd(std::chrono::seconds(30)), 0);
+}
+
 TEST_F(HelperLife, busDiesAndReturns_theHelperListensAgain)
 {
     HelperProcess helper;

@@ -63,3 +63,8 @@ void PrivateBus::freeze()
 {
     ::kill(m_process, SIGSTOP);
 }
+
+void PrivateBus::thaw()
+{
+    ::kill(m_process, SIGCONT);
+}

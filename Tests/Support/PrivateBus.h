@@ -18,8 +18,9 @@ public:
     /// Kills the bus, as a crash would.
     void kill();
 
-    /// Keeps it from answering, for good: connections are taken, and nothing comes back.
+    /// Keeps it from answering: connections are taken, and nothing comes back until it is thawed.
     void freeze();
+    void thaw();
 
     /// Starts it again at the same address.
     void start();

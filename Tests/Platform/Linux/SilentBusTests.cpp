@@ -2,6 +2,8 @@
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/PrivateHome.h"
 
+#include <QDBusConnection>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -66,6 +68,41 @@ TEST(SilentBus, silentBus_isLeftAfterAShortTime)
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
 }
 
+TEST(SilentBus, busThatHangs_isLeftAtOnce)
+{
+    PrivateBus bus;
+    bus.freeze();
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(addressAfter(), "disabled:");
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(2));
+}
+
+TEST(SilentBus, leftBus_isGivenBackAndTheToolkitStaysWithout)
+{
+    PrivateBus bus;
+    bus.freeze();
+    ASSERT_EQ(addressAfter(), "disabled:");
+    returnToBus();
+    EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), bus.address());
+    EXPECT_FALSE(QDBusConnection::sessionBus().isConnected());
+}
+
+TEST(SilentBus, leftBusOfTheRuntimeFolder_isGivenBackWithoutAnAddress)
+{
+    const SilentSocket socket(path("run/bus"));
+    ASSERT_EQ(addressAfter(), "disabled:");
+    returnToBus();
+    EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), nullptr);
+}
+
+TEST(SilentBus, busThatIsThere_staysWhenReturning)
+{
+    const PrivateBus bus;
+    ASSERT_EQ(addressAfter(), bus.address());
+    returnToBus();
+    EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), bus.address());
+}
+
 TEST(SilentBus, silentBusInTheRuntimeFolder_isLeftToo)
 {
     const SilentSocket socket(path("run/bus"));
@@ -76,7 +113,7 @@ TEST(SilentBus, missingBusAndOtherAddresses_areKept)
 {
     EXPECT_EQ(addressAfter(), "none");
     for (const std::string &address : {"unix:path=" + path("nobody"), std::string("tcp:host=localhost,port=1"),
-                                      std::string("nonsense"), "unix:path=" + std::string(200, 'x')}) {
+                                       std::string("nonsense"), "unix:path=" + std::string(200, 'x')}) {
         ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
         EXPECT_EQ(addressAfter(), address);
     }
