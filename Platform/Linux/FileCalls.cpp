@@ -94,6 +94,19 @@ Result<std::size_t> FileCalls::readAt(int descriptor, ByteCount offset, std::spa
     return done;
 }
 
+Result<void> FileCalls::writeAll(int descriptor, ByteView content, const Path &path)
+{
+    while (!content.empty()) {
+        const ssize_t written = ::write(descriptor, content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return Failure::fromErrno(errno, "write", path);
+        content = content.subspan(std::size_t(written));
+    }
+    return {};
+}
+
 Result<void> FileCalls::moveWithoutReplacing(int folder, const Path &from, const Path &to)
 {
     if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0)

@@ -20,6 +20,9 @@ Result<Bytes> readAll(int descriptor, ByteCount limit, const Path &path);
 /// Fills `buffer` from `offset`; answers fewer bytes only at the end of the file.
 Result<std::size_t> readAt(int descriptor, ByteCount offset, std::span<std::uint8_t> buffer);
 
+/// Writes all of `content` at the file's place. `path` is what it is called in a failure.
+Result<void> writeAll(int descriptor, ByteView content, const Path &path);
+
 /// Renames within one volume, never over something. Relative paths begin at `folder`. Errors: Exists, NotFound.
 Result<void> moveWithoutReplacing(int folder, const Path &from, const Path &to);
 

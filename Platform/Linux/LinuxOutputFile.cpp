@@ -144,15 +144,7 @@ Result<void> LinuxOutputFile::checkName() const
 
 Result<void> LinuxOutputFile::write(ByteView content)
 {
-    while (!content.empty()) {
-        const ssize_t written = ::write(m_file.get(), content.data(), content.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return Failure::fromErrno(errno, "write", m_path);
-        content = content.subspan(std::size_t(written));
-    }
-    return {};
+    return FileCalls::writeAll(m_file.get(), content, m_path);
 }
 
 Result<void> LinuxOutputFile::sync() const

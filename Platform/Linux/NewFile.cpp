@@ -76,15 +76,7 @@ Result<void> NewFile::open(mode_t mode)
 
 Result<void> NewFile::write(ByteView content)
 {
-    while (!content.empty()) {
-        const ssize_t written = ::write(m_file.get(), content.data(), content.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return Failure::fromErrno(errno, "write", m_destination);
-        content = content.subspan(std::size_t(written));
-    }
-    return {};
+    return FileCalls::writeAll(m_file.get(), content, m_destination);
 }
 
 Result<void> NewFile::sync()
