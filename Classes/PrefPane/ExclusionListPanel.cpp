@@ -25,7 +25,7 @@ ExclusionListPanel::ExclusionListPanel(const QString &name, const Words &words, 
     m_filter = new QLineEdit(this);
     m_filter->setObjectName(name + QStringLiteral("Filter"));
     m_filter->setPlaceholderText(tr("Filter"));
-    m_filter->setAccessibleName(tr("Filter: %1").arg(words.heading));
+    m_filter->setAccessibleName(tr("Filter: %1").arg(words.tableName));
     m_filter->setClearButtonEnabled(true);
     m_filter->installEventFilter(this);
     setUpTable(name, words);
@@ -71,7 +71,7 @@ void ExclusionListPanel::setUpTable(const QString &name, const Words &words)
 {
     m_table = new DVTableView(this);
     m_table->setObjectName(name + QStringLiteral("TableView"));
-    m_table->setAccessibleName(words.heading);
+    m_table->setAccessibleName(words.tableName);
     m_table->setShowGrid(false);
     m_table->setAlternatingRowColors(true);
     m_table->setTabKeyNavigation(false);

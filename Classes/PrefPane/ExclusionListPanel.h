@@ -21,6 +21,7 @@ public:
     struct Words
     {
         QString heading;
+        QString tableName; ///< what the table is called where it is read aloud
         QString addTip;
         QString removeTip;
         QString whenEmpty; ///< shown in the table's place while it has no rows

@@ -20,13 +20,13 @@ ExclusionsView::ExclusionsView(QWidget *parent)
         tr("What is on these lists is left alone. Files that programs keep open and files that are compressed "
            "already, as far as Tamsel knows them, are left alone in any case."));
     m_paths.panel = new ExclusionListPanel(QStringLiteral("paths"),
-                                           {tr("Folders and files"), tr("Add folders or files"),
-                                            tr("Remove the selected folders or files"),
+                                           {tr("Folders and files"), tr("Excluded folders and files"),
+                                            tr("Add folders or files"), tr("Remove the selected folders or files"),
                                             tr("Drop folders and files here, paste their paths, or press +.")},
                                            this);
     m_extensions.panel = new ExclusionListPanel(
         QStringLiteral("extensions"),
-        {tr("Extensions"), tr("Add an extension"), tr("Remove the selected extensions"),
+        {tr("Extensions"), tr("Excluded extensions"), tr("Add an extension"), tr("Remove the selected extensions"),
          tr("Drop files here to add their extensions, paste some like \".jpg, *.PNG\", or press +.")},
         this);
     auto *const grid = new QGridLayout(this);
