@@ -250,6 +250,25 @@ static constexpr Verb kVerbs[] = {
      "those with transparent compression), whether the volume is removable, ejectable, on a bus inside or outside the "
      "machine, and writable, and what its format can do: exchangedataSupported is yes where a journal is in use.",
      showVolumes},
+    {"compare-versions",
+     "A B",
+     2,
+     2,
+     {},
+     "Show which of two versions is newer",
+     "Numbers are compared by value, and letters make a version older than the plain number: 1.0b2, 1.0b10, 1.0, "
+     "1.0.1. "
+     "With --json, order is -1 when A is older, 0 when both are the same and 1 when A is newer.",
+     compareVersions},
+    {"fetch",
+     "URL",
+     1,
+     1,
+     {},
+     "Print what is at a URL",
+     "Only http and https, and up to 64 MiB. Redirects are followed. The page is printed whatever status the server "
+     "gives it; that it cannot be had, or that nothing comes for 30 seconds, is a failure.",
+     fetchPage},
 };
 
 static constexpr ManualSection kSections[] = {

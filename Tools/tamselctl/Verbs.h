@@ -56,3 +56,9 @@ ExitCode showWhetherOpen(Invocation &invocation);
 
 // VolumeVerb.cpp
 ExitCode showVolumes(Invocation &invocation);
+
+// VersionVerb.cpp
+ExitCode compareVersions(Invocation &invocation);
+
+// FetchVerb.cpp
+ExitCode fetchPage(Invocation &invocation);
