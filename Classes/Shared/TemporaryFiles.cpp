@@ -21,7 +21,10 @@ static std::uint32_t hash(const std::string &text)
 Path getTemporaryFileNameBasedOnExistingPath(const Path &path)
 {
     const Path folder = temporaryFolder();
-    const std::string name = "DVS-tmp-" + std::to_string(hash(path.native()));
+    // Two processes in different folders can mean different files by one relative path.
+    std::error_code failure;
+    const Path absolute = std::filesystem::absolute(path, failure);
+    const std::string name = "DVS-tmp-" + std::to_string(hash(failure ? path.native() : absolute.native()));
     const bool isThere = bool(FileSystem::current().status(path, Links::Follow));
     if (isThere && !DVVolume::areInSameVolumePath(path, folder))
         return Path(path.native() + "." + name);

@@ -227,6 +227,13 @@ TYPED_TEST(OutputFileContract, uniqueFiles_haveNamesOfTheirOwn)
     }
 }
 
+TYPED_TEST(OutputFileContract, isWritable_ofWhatIsThere_isSaid)
+{
+    this->create("file", "content");
+    EXPECT_TRUE(this->m_files.isWritable(this->at("file")).valueOr(false));
+    EXPECT_EQ(this->m_files.isWritable(this->at("none")).failure().code, ErrorCode::NotFound);
+}
+
 TYPED_TEST(OutputFileContract, forkOfAFileWithOneName_isNotShared)
 {
     this->create("file", "");

@@ -35,6 +35,16 @@ TEST(TemporaryFiles, scratchName_dependsOnThePathAlone)
               getTemporaryFileNameBasedOnExistingPath(folder / "other"));
 }
 
+TEST(TemporaryFiles, scratchName_ofARelativePath_isThatOfTheFileItMeans)
+{
+    const Path one = PrivateHome::current().makeFolder("one"), other = PrivateHome::current().makeFolder("other");
+    std::filesystem::current_path(one);
+    const Path scratch = getTemporaryFileNameBasedOnExistingPath("file");
+    EXPECT_EQ(scratch, getTemporaryFileNameBasedOnExistingPath(one / "file"));
+    std::filesystem::current_path(other);
+    EXPECT_NE(scratch, getTemporaryFileNameBasedOnExistingPath("file"));
+}
+
 TEST(TemporaryFiles, scratchName_ofNothing_liesInTheTemporaryFolder)
 {
     EXPECT_EQ(getTemporaryFileNameBasedOnExistingPath("/proc/none").parent_path(), temporary().parent_path());

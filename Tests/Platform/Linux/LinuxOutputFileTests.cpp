@@ -94,7 +94,8 @@ TEST_F(LinuxOutputFileTest, replace_ofAnothersFile_isRefused)
         GTEST_SKIP() << "only root can become another user";
     write(m_file, bytesOf("root's"));
     ASSERT_EQ(::chmod(m_folder.c_str(), 0777), 0);
-    for (Path folder = m_folder.parent_path(); folder != "/"; folder = folder.parent_path())
+    for (Path folder = m_folder.parent_path(); folder != PrivateHome::current().root().parent_path();
+         folder = folder.parent_path())
         ::chmod(folder.c_str(), 0755);
     const pid_t child = ::fork();
     if (child == 0) {
@@ -108,6 +109,24 @@ TEST_F(LinuxOutputFileTest, replace_ofAnothersFile_isRefused)
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(contentOf(m_file), "root's");
     EXPECT_THAT(names(), ElementsAre("file"));
+}
+
+TEST_F(LinuxOutputFileTest, isWritable_ofAnothersFile_isNo)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    write(m_file, bytesOf("root's"));
+    for (Path folder = m_folder; folder != PrivateHome::current().root().parent_path(); folder = folder.parent_path())
+        ::chmod(folder.c_str(), 0755);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+            ::_exit(9);
+        ::_exit(m_files.isWritable(m_file).valueOr(true) ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(LinuxOutputFileTest, replace_keepsTheAccessList)
