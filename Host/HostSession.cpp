@@ -17,8 +17,9 @@ static const char *const kIdentifier = "com.dovrane.Preferences";
 static const char *const kPaneArgument = "--pane";
 static const char *const kRequestArgument = "--request";
 
-/// How long the window waits for the bus to say that another host runs.
-static constexpr std::chrono::milliseconds kLongestDecision{150};
+/// How long the window waits for a bus that is slow to say whether another host runs. Without a bus that is known at
+/// once.
+static constexpr std::chrono::milliseconds kLongestDecision{300};
 
 /// From then on the user may have begun something in this window, and keeps it.
 static constexpr std::chrono::seconds kLatestAnswer{5};

@@ -16,11 +16,16 @@ BusApplicationName::BusApplicationName(SessionBus &bus)
     : m_bus(bus)
 {
     connect(&m_bus, &SessionBus::connected, this, &BusApplicationName::setUp);
-    connect(&m_bus, &SessionBus::disconnected, this, [this] {
-        const auto claims = m_claims; // a handler may release its claim
-        for (const auto &[identifier, entry] : claims)
-            tell(identifier, Claim::NoBus);
+    connect(&m_bus, &SessionBus::prepared, this, [this] {
+        for (const auto &[identifier, entry] : m_claims)
+            request(identifier);
     });
+    for (const auto signal : {&SessionBus::disconnected, &SessionBus::notFound})
+        connect(&m_bus, signal, this, [this] {
+            const auto claims = m_claims; // a handler may release its claim
+            for (const auto &[identifier, entry] : claims)
+                tell(identifier, Claim::NoBus);
+        });
     if (m_bus.isConnected())
         setUp();
 }
@@ -31,8 +36,6 @@ void BusApplicationName::setUp()
     connection.registerObject(QLatin1String(kPath), this, QDBusConnection::ExportScriptableSlots);
     SessionBus::connectToBusSignal(connection, QStringLiteral("NameAcquired"), {}, this, SLOT(gain(QDBusMessage)));
     SessionBus::connectToBusSignal(connection, QStringLiteral("NameLost"), {}, this, SLOT(lose(QDBusMessage)));
-    for (const auto &[identifier, entry] : m_claims)
-        request(identifier);
 }
 
 void BusApplicationName::claim(const std::string &identifier, std::function<void(Claim)> answered)
@@ -43,6 +46,8 @@ void BusApplicationName::claim(const std::string &identifier, std::function<void
         request(identifier);
         return;
     }
+    if (m_bus.isUndecided())
+        return;
     QMetaObject::invokeMethod(
         this,
         [this, identifier] {

@@ -42,15 +42,14 @@ void BusNotificationCenter::post(const std::string &name, const UserInfo &userIn
     const auto notification =
         broadcastable(name, userInfo, [](const std::string &line) { qWarning("%s", line.c_str()); });
     m_bus.start();
-    if (!notification || !m_bus.isConnected())
+    if (!notification)
         return;
     QDBusMessage signal =
         QDBusMessage::createSignal(QLatin1String(BusSubscription::kPath), QLatin1String(BusSubscription::kInterface),
                                    QLatin1String(BusSubscription::kMember));
     signal.setArguments(
         {QString::fromStdString(notification->name), QString::fromLatin1(""), mapOf(notification->userInfo)});
-    if (!m_bus.connection().send(signal))
-        qWarning("%s was not sent", name.c_str());
+    m_bus.send(signal);
 }
 
 DistributedNotificationCenter::ObserverId BusNotificationCenter::addObserver(const std::string &name, Handler handler)

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Qt/SessionBus.h"
 
 #include <QDBusPendingCallWatcher>
+#include <QDebug>
 #include <QFileInfo>
 #include <QFuture>
 #include <QPromise>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <semaphore>
 #include <thread>
+#include <utility>
 
 static const QString kBusName = QStringLiteral("org.freedesktop.DBus");
 static const QString kBusPath = QStringLiteral("/org/freedesktop/DBus");
@@ -18,6 +20,9 @@ static const QString kBusPath = QStringLiteral("/org/freedesktop/DBus");
 static constexpr std::chrono::milliseconds kFirstWait{100};
 static constexpr int kFirstRetryMs = 100;
 static constexpr int kLongestRetryMs = 5000;
+
+/// More than anybody has to say before a bus that answers at all has answered.
+static constexpr std::size_t kMostWaiting = 1000;
 
 /// Empty when the session has no bus: the library would then start one of its own, and wait for it.
 static QString busAddress()
@@ -56,6 +61,7 @@ void SessionBus::start()
     if (m_isStarted)
         return;
     m_isStarted = true;
+    m_isUndecided = true;
     connectNow();
 }
 
@@ -68,6 +74,8 @@ bool SessionBus::isConnected() const
 void SessionBus::connectNow()
 {
     const QString address = busAddress();
+    if (address.isEmpty())
+        decide();
     if (m_isConnecting || address.isEmpty()) {
         retryLater();
         return;
@@ -94,12 +102,18 @@ void SessionBus::connectNow()
 void SessionBus::finishConnecting(const QString &name, bool succeeded)
 {
     m_isConnecting = false;
-    if (!succeeded) {
+    if (succeeded) {
+        m_name = name;
+        useConnection();
+    } else {
         QDBusConnection::disconnectFromBus(name);
         retryLater();
-        return;
     }
-    m_name = name;
+    decide();
+}
+
+void SessionBus::useConnection()
+{
     connection().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                          SLOT(lose()));
@@ -109,6 +123,28 @@ void SessionBus::finishConnecting(const QString &name, bool succeeded)
     }
     m_retryDelayMs = 0;
     Q_EMIT connected();
+    // The bus takes what one connection sends in its order: who sees a name sees what was asked for before it.
+    Q_EMIT prepared();
+}
+
+/// The first attempt is over: what waited for it goes out, or fails.
+void SessionBus::decide()
+{
+    if (!std::exchange(m_isUndecided, false))
+        return;
+    for (Waiting &waiting : std::exchange(m_waiting, {})) {
+        if (waiting.reply)
+            call(waiting.message, std::move(waiting.reply), waiting.timeoutMs);
+        else
+            send(waiting.message);
+    }
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (!isConnected())
+                Q_EMIT notFound();
+        },
+        Qt::QueuedConnection);
 }
 
 void SessionBus::retryLater()
@@ -137,17 +173,26 @@ void SessionBus::failCalls()
     }
 }
 
+void SessionBus::send(const QDBusMessage &signal)
+{
+    if (m_isUndecided)
+        keepWaiting({signal, nullptr});
+    else if (isConnected() && !connection().send(signal))
+        qWarning("%s was not sent", qPrintable(signal.member()));
+}
+
 void SessionBus::call(const QDBusMessage &message, Reply reply, int timeoutMs)
 {
-    if (!isConnected()) {
-        QMetaObject::invokeMethod(
-            this,
-            [reply = std::move(reply)] {
-                reply(QDBusMessage::createError(QDBusError::Disconnected, QStringLiteral("There is no session bus")));
-            },
-            Qt::QueuedConnection);
-        return;
-    }
+    if (isConnected())
+        callNow(message, std::move(reply), timeoutMs);
+    else if (m_isUndecided)
+        keepWaiting({message, std::move(reply), 0, timeoutMs});
+    else
+        failLater(std::move(reply));
+}
+
+void SessionBus::callNow(const QDBusMessage &message, Reply reply, int timeoutMs)
+{
     auto *const watcher = new QDBusPendingCallWatcher(connection().asyncCall(message, timeoutMs), this);
     m_calls[watcher] = std::move(reply);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
@@ -156,6 +201,35 @@ void SessionBus::call(const QDBusMessage &message, Reply reply, int timeoutMs)
         if (!entry.empty())
             entry.mapped()(watcher->reply());
     });
+}
+
+void SessionBus::keepWaiting(Waiting waiting)
+{
+    waiting.number = ++m_lastNumber;
+    if (waiting.reply)
+        QTimer::singleShot(waiting.timeoutMs, this, [this, number = waiting.number] {
+            const auto late = std::ranges::find(m_waiting, number, &Waiting::number);
+            if (late == m_waiting.end())
+                return;
+            failLater(std::move(late->reply));
+            m_waiting.erase(late);
+        });
+    m_waiting.push_back(std::move(waiting));
+    if (m_waiting.size() <= kMostWaiting)
+        return;
+    if (m_waiting.front().reply)
+        failLater(std::move(m_waiting.front().reply));
+    m_waiting.pop_front();
+}
+
+void SessionBus::failLater(Reply reply)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [reply = std::move(reply)] {
+            reply(QDBusMessage::createError(QDBusError::Disconnected, QStringLiteral("There is no session bus")));
+        },
+        Qt::QueuedConnection);
 }
 
 QDBusMessage SessionBus::busCall(const QString &method, const QVariantList &arguments)
