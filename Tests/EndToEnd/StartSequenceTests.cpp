@@ -162,7 +162,7 @@ protected:
         return files;
     }
 
-    /// The host does not wait long for the bus, and what it posts before it has one is lost.
+    /// The host does not wait long for the bus, and what it posts before it has one goes out later.
     bool hasBusInTime() const
     {
         const Lines lines = recording().linesBeforeLoad();

@@ -16,7 +16,8 @@ struct DetachedProcess
     Descriptor descriptor; ///< becomes readable at its end; none where the system has no such thing
 
     /// Starts `program`, looked for in $PATH when it is a plain name, in the root folder, reading from /dev/null.
-    /// Output goes where ours goes, but never into a pipe, whose reader may end before the program does. Errors:
-    /// NotFound, Permission, Io.
-    static Result<DetachedProcess> start(const Path &program, const std::vector<std::string> &arguments);
+    /// Output goes where ours goes, but never into a pipe, whose reader may end before the program does or wait for the
+    /// program's end: then it is added to `log`, or lost where none is named. Errors: NotFound, Permission, Io.
+    static Result<DetachedProcess> start(const Path &program, const std::vector<std::string> &arguments,
+                                         const Path &log = {});
 };

@@ -14,13 +14,13 @@ LaunchedApplication::LaunchedApplication(std::string identifier, DetachedProcess
     , m_process(std::move(process))
 {
     if (m_process.descriptor) {
-        auto *const notifier = new QSocketNotifier(m_process.descriptor.get(), QSocketNotifier::Read, this);
-        connect(notifier, &QSocketNotifier::activated, this, &LaunchedApplication::end);
+        m_notifier = new QSocketNotifier(m_process.descriptor.get(), QSocketNotifier::Read, this);
+        connect(m_notifier, &QSocketNotifier::activated, this, &LaunchedApplication::end);
         return;
     }
-    auto *const timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, &LaunchedApplication::end);
-    timer->start(kPollMs);
+    m_timer = new QTimer(this);
+    connect(m_timer, &QTimer::timeout, this, &LaunchedApplication::end);
+    m_timer->start(kPollMs);
 }
 
 std::string LaunchedApplication::description() const
@@ -42,10 +42,18 @@ void LaunchedApplication::end()
     const bool isReaped = ended == m_process.id || (ended < 0 && errno == ECHILD);
     if (!isReaped || std::exchange(m_isTerminated, true))
         return;
-    for (QObject *const watcher : children())
-        watcher->deleteLater();
+    stopWatching();
     m_process.descriptor = {};
     Q_EMIT terminated();
     for (const auto &handler : std::exchange(m_handlers, {}))
         handler();
+}
+
+/// Before the descriptor is closed, or the event loop would find it closed. What watches may be what has called.
+void LaunchedApplication::stopWatching()
+{
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    if (m_timer)
+        m_timer->stop();
 }

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+class QSocketNotifier;
+class QTimer;
+
 /// A program that this process has started, until it has ended. Owned by the workspace as long as it runs. Main thread.
 class LaunchedApplication final : public QObject, public RunningApplication
 {
@@ -16,6 +19,7 @@ class LaunchedApplication final : public QObject, public RunningApplication
 
 public:
     LaunchedApplication(std::string identifier, DetachedProcess process);
+    ~LaunchedApplication() override { stopWatching(); }
 
     const std::string &identifier() const { return m_identifier; }
     std::string description() const override;
@@ -31,9 +35,12 @@ Q_SIGNALS:
 
 private:
     void end();
+    void stopWatching();
 
     std::string m_identifier;
     DetachedProcess m_process;
+    QSocketNotifier *m_notifier = nullptr; ///< of the process's descriptor
+    QTimer *m_timer = nullptr;             ///< where there is no descriptor
     bool m_isTerminated = false;
     bool m_isLeaving = false;
     std::vector<std::function<void()>> m_handlers;

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Qt/BusNameWatch.h"
 #include "Platform/Linux/Qt/LaunchedApplication.h"
 #include "Platform/Linux/Qt/SessionBus.h"
+#include "Platform/UserFolders.h"
 
 #include <algorithm>
 #include <utility>
@@ -38,6 +39,13 @@ LinuxWorkspace::Kind &LinuxWorkspace::kind(const std::string &bundleIdentifier) 
     return kind;
 }
 
+/// Where a launched program writes that cannot write where this one does; empty when there is no place.
+static Path logOf(const Path &executable)
+{
+    const Result<Path> folder = UserFolders::current().temporary();
+    return folder ? *folder / (executable.filename().native() + ".log") : Path();
+}
+
 Result<std::shared_ptr<RunningApplication>> LinuxWorkspace::launchApplication(const Path &bundle)
 {
     const Result<Bundle> opened = Bundles::current().open(bundle);
@@ -46,7 +54,7 @@ Result<std::shared_ptr<RunningApplication>> LinuxWorkspace::launchApplication(co
     const Path executable = opened->executable();
     if (executable.empty())
         return Failure{ErrorCode::Corrupt, 0, bundle.native() + " names no executable"};
-    Result<DetachedProcess> process = DetachedProcess::start(executable, {});
+    Result<DetachedProcess> process = DetachedProcess::start(executable, {}, logOf(executable));
     if (!process)
         return process.failure();
     const std::string identifier = opened->identifier();

@@ -3,6 +3,7 @@
 #include "Platform/Linux/Qt/BusApplicationName.h"
 #include "Platform/Linux/Qt/DetachedProcess.h"
 #include "Platform/Linux/Qt/SessionBus.h"
+#include "Platform/UserFolders.h"
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/TestBundle.h"
@@ -10,6 +11,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -72,6 +74,53 @@ TEST_F(LinuxWorkspaceTest, launch_outputOfOursIsAPipe_theChildGetsNeitherItNorOt
         EXPECT_EQ(line.find("kept-open"), std::string::npos) << line;
     }
     EXPECT_EQ(output().back(), "/");
+}
+
+TEST_F(LinuxWorkspaceTest, launch_outputOfOursIsAPipe_whatTheChildSaysIsAddedToItsLog)
+{
+    const Path log = *UserFolders::current().temporary() / "Talker.log";
+    const Path talker = makeApplicationBundle(PrivateHome::current().makeFolder("apps"), "Talker", "com.example.Talker",
+                                              "echo complained >&2");
+    const auto content = [&] {
+        std::ifstream in(log);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const auto launchAndWait = [&] {
+        const auto launched = workspace.launchApplication(talker);
+        return launched && waitFor([&] { return (*launched)->isTerminated(); });
+    };
+    int pipe[2] = {};
+    ASSERT_EQ(::pipe(pipe), 0);
+    ASSERT_EQ(::dup2(pipe[1], STDERR_FILENO), STDERR_FILENO);
+    ASSERT_TRUE(launchAndWait());
+    ASSERT_TRUE(launchAndWait());
+    EXPECT_EQ(content(), "complained\ncomplained\n");
+    fs::resize_file(log, (1 << 20) + 1);
+    ASSERT_TRUE(launchAndWait());
+    EXPECT_EQ(content(), "complained\n") << "a long one begins anew";
+
+    const Path precious = PrivateHome::current().root() / "precious";
+    fs::rename(log, precious);
+    fs::create_symlink(precious, log);
+    ASSERT_TRUE(launchAndWait());
+    EXPECT_EQ(fs::file_size(precious), 11u) << "a link was followed";
+}
+
+TEST_F(LinuxWorkspaceTest, launchedEnds_theEventLoopFindsNothingClosed)
+{
+    static std::atomic<int> s_warnings = 0;
+    const auto previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+        s_warnings += text.contains(QStringLiteral("socket"), Qt::CaseInsensitive);
+    });
+    for (int round = 0; round < 20; ++round) {
+        const auto launched = workspace.launchApplication(
+            makeApplicationBundle(PrivateHome::current().makeFolder("apps"), "Brief", "com.example.Brief", "exit 0"));
+        ASSERT_TRUE(launched);
+        EXPECT_TRUE(waitFor([&] { return (*launched)->isTerminated(); }));
+        QCoreApplication::processEvents();
+    }
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(s_warnings, 0);
 }
 
 TEST_F(LinuxWorkspaceTest, launch_child_hasASessionOfItsOwn)
