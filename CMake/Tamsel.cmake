@@ -23,12 +23,27 @@ if(TAMSEL_COVERAGE)
   target_link_options(TamselOptions INTERFACE --coverage)
 endif()
 
+# tamsel_install(TARGET FOLDER): the target's binary goes to FOLDER, which is relative to the prefix, and finds the
+# libraries by its own place, so that an installation may be moved.
+function(tamsel_install target folder)
+  file(RELATIVE_PATH way /${folder} /${TAMSEL_LIBRARIES})
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${way}")
+  install(TARGETS ${target} RUNTIME DESTINATION ${folder} LIBRARY DESTINATION ${folder})
+endfunction()
+
+# tamsel_installed_folder(VARIABLE FOLDER): where an installation has what the build has in FOLDER.
+function(tamsel_installed_folder variable folder)
+  string(REPLACE ${TAMSEL_APPLICATIONS} ${TAMSEL_LIBRARIES} folder ${folder})
+  string(REPLACE ${TAMSEL_PANES} share/PreferencePanes folder ${folder})
+  set(${variable} ${folder} PARENT_SCOPE)
+endfunction()
+
 # tamsel_library(NAME): a shared library; the folders below add their own sources and headers to it.
 function(tamsel_library name)
   add_library(${name} SHARED)
   target_link_libraries(${name} PUBLIC TamselOptions)
   set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
-  install(TARGETS ${name} LIBRARY DESTINATION lib/tamsel)
+  tamsel_install(${name} ${TAMSEL_LIBRARIES})
 endfunction()
 
 # tamsel_sources(TARGET FILE…): sources go to the target, headers to its header set, which
@@ -88,6 +103,16 @@ function(tamsel_bundle target directory plist)
     RUNTIME_OUTPUT_DIRECTORY ${directory}/Contents/MacOS
     LIBRARY_OUTPUT_DIRECTORY ${directory}/Contents/MacOS)
   configure_file(${plist} ${directory}/Contents/Info.plist @ONLY)
+  tamsel_installed_folder(folder ${directory})
+  tamsel_install(${target} ${folder}/Contents/MacOS)
+  install(FILES ${directory}/Contents/Info.plist DESTINATION ${folder}/Contents)
+endfunction()
+
+# tamsel_bundle_tool(TARGET DIRECTORY): a program that lies in this folder of a bundle.
+function(tamsel_bundle_tool target directory)
+  set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${directory})
+  tamsel_installed_folder(folder ${directory})
+  tamsel_install(${target} ${folder})
 endfunction()
 
 # tamsel_resource(DIRECTORY FILE…): copies files to Contents/Resources of the bundle whenever they change.
@@ -96,4 +121,6 @@ function(tamsel_resource directory)
     get_filename_component(name ${file} NAME)
     configure_file(${file} ${directory}/Contents/Resources/${name} COPYONLY)
   endforeach()
+  tamsel_installed_folder(folder ${directory})
+  install(FILES ${ARGN} DESTINATION ${folder}/Contents/Resources)
 endfunction()

@@ -33,8 +33,11 @@ static Path withoutTrailingSlash(const Path &path)
 std::vector<Path> paneFolders()
 {
     std::vector<Path> folders;
-    if (const Result<Bundle> host = Bundles::current().main())
-        folders.push_back(withoutTrailingSlash(host->path()).parent_path().parent_path() / kFolderName);
+    if (const Result<Bundle> host = Bundles::current().main()) {
+        const Path applications = withoutTrailingSlash(host->path()).parent_path();
+        folders.push_back(applications.parent_path() / kFolderName);                         // of a build
+        folders.push_back(applications.parent_path().parent_path() / "share" / kFolderName); // of an installation
+    }
     if (const Result<Path> user = UserFolders::current().applicationSupport())
         folders.push_back(*user / kFolderName);
     folders.push_back(Path("/usr/local/share") / kFolderName);

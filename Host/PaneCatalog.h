@@ -17,8 +17,8 @@ struct PaneListing
     friend bool operator==(const PaneListing &, const PaneListing &) = default;
 };
 
-/// The folders that are searched for panes, the first to be preferred: the one beside the folder that holds the host's
-/// own bundle, the user's, this machine's and the system's. They need not exist.
+/// The folders that are searched for panes, the first to be preferred: that of the build or installation that holds the
+/// host's own bundle, the user's, this machine's and the system's. They need not exist.
 std::vector<Path> paneFolders();
 
 /// The pane bundles in `folders`, by name. Of several with one identifier only the first is listed.
