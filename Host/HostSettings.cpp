@@ -1,7 +1,7 @@
 #include "Host/HostSettings.h"
 
 #include "Classes/Shared/Log.h"
-#include "Platform/FileSystem.h"
+#include "Classes/Shared/keepAside.h"
 
 #include <QDir>
 #include <QFile>
@@ -68,8 +68,8 @@ bool HostSettings::makeWay() const
     QDir().mkpath(QFile::decodeName(QByteArray::fromStdString(m_path.parent_path().native())));
     if (!m_isDamaged)
         return true;
-    const Result<void> moved = FileSystem::current().moveWithoutReplacing(m_path, m_path.native() + ".damaged");
-    if (!moved)
-        logLine("Could not set damaged settings aside: " + moved.failure().context);
-    return bool(moved);
+    const Result<Path> aside = keepAside(m_path);
+    logLine(aside ? "Settings could not be read and were kept as " + aside->native()
+                  : "Could not keep damaged settings aside: " + aside.failure().context);
+    return aside || aside.failure().code == ErrorCode::NotFound;
 }

@@ -2,12 +2,10 @@
 
 #include "Classes/PrefPane/PXPreferenceCommunicator.h"
 #include "Classes/Shared/Log.h"
+#include "Classes/Shared/keepAside.h"
 #include "Classes/Shared/truthOf.h"
 #include "Classes/Util/PXUtil.h"
-#include "Platform/FileSystem.h"
 #include "Platform/SuddenTermination.h"
-
-#include <QDateTime>
 
 static constexpr const char *kFirstRun = "firstRun";
 static constexpr const char *kFolderAliases = "folderAliases";
@@ -58,16 +56,10 @@ void PXDefaultsController::reload()
 
 bool PXDefaultsController::keepUnreadableFileAside(const Path &file)
 {
-    const std::string stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd-HHmmss")).toStdString();
-    Path aside = file.native() + ".damaged-" + stamp;
-    Result<void> moved = FileSystem::current().moveWithoutReplacing(file, aside);
-    for (int number = 2; !moved && moved.failure().code == ErrorCode::Exists && number < 100; ++number) {
-        aside = file.native() + ".damaged-" + stamp + "-" + std::to_string(number);
-        moved = FileSystem::current().moveWithoutReplacing(file, aside);
-    }
-    if (moved)
-        logLine("Settings could not be read and were kept as " + aside.native());
-    m_fileIsUnreadable = !moved && moved.failure().code != ErrorCode::NotFound;
+    const Result<Path> aside = keepAside(file);
+    if (aside)
+        logLine("Settings could not be read and were kept as " + aside->native());
+    m_fileIsUnreadable = !aside && aside.failure().code != ErrorCode::NotFound;
     return !m_fileIsUnreadable;
 }
 

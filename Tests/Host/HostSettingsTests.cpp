@@ -4,11 +4,13 @@
 #include "Platform/FileSystem.h"
 #include "Tests/Support/PrivateHome.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <fstream>
 
 namespace fs = std::filesystem;
+
+using ::testing::UnorderedElementsAre;
 
 namespace {
 
@@ -25,6 +27,16 @@ protected:
     {
         std::ifstream stream(file);
         return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    std::vector<std::string> contentsAside() const
+    {
+        std::vector<std::string> contents;
+        for (const auto &entry : fs::directory_iterator(path.parent_path())) {
+            if (entry.path().filename().native().starts_with("settings.plist.damaged-"))
+                contents.push_back(contentOf(entry.path()));
+        }
+        return contents;
     }
 
     Path path = PrivateHome::current().root() / "new/settings.plist";
@@ -88,19 +100,27 @@ TEST_F(HostSettingsTest, save_damagedFile_isSetAsideFirst)
     HostSettings settings(path);
     settings.setLastPane("x");
     settings.save();
-    EXPECT_EQ(contentOf(path.native() + ".damaged"), "no property list");
     EXPECT_EQ(HostSettings(path).lastPane(), "x");
+    write(path, "damaged again");
+    HostSettings again(path);
+    again.setLastPane("y");
+    again.save();
+    EXPECT_EQ(HostSettings(path).lastPane(), "y");
+    EXPECT_THAT(contentsAside(), UnorderedElementsAre("no property list", "damaged again"));
 }
 
 TEST_F(HostSettingsTest, save_damagedFileThatCannotBeSetAside_isLeft)
 {
-    write(path, "no property list");
-    write(path.native() + ".damaged", "an earlier one");
+    FakeFileSystem files;
+    const Override<FileSystem> override(files);
+    files.addFolder(path.parent_path());
+    ASSERT_TRUE(files.createFile(path, bytesOf("no property list"), 0644));
     HostSettings settings(path);
     settings.setLastPane("x");
+    files.failCall(0, ErrorCode::Permission);
     settings.save();
-    EXPECT_EQ(contentOf(path), "no property list");
-    EXPECT_EQ(contentOf(path.native() + ".damaged"), "an earlier one");
+    files.failCall(-1, ErrorCode::Io);
+    EXPECT_EQ(stringOf(*files.readFile(path, 100)), "no property list");
 }
 
 TEST_F(HostSettingsTest, save_anyCallFails_keepsTheOldFileOrTheNewOne)
@@ -110,21 +130,25 @@ TEST_F(HostSettingsTest, save_anyCallFails_keepsTheOldFileOrTheNewOne)
             ASSERT_LT(failing, 100);
             FakeFileSystem files;
             const Override<FileSystem> override(files);
-            ASSERT_TRUE(bool(files.makeDirectory("/s", 0700)));
+            files.addFolder(path.parent_path());
             PropertyList earlier;
             earlier.set("LastPane", "old");
             const Bytes before = old.empty() ? *earlier.toXml() : bytesOf(old);
-            ASSERT_TRUE(bool(files.createFile("/s/p", before, 0644)));
-            HostSettings settings("/s/p");
+            ASSERT_TRUE(bool(files.createFile(path, before, 0644)));
+            HostSettings settings(path);
             settings.setLastPane("new");
             files.failCall(failing, ErrorCode::NoSpace);
             settings.save();
             const bool done = files.calls() <= failing;
             files.failCall(-1, ErrorCode::Io);
-            const auto now = files.readFile("/s/p", 10000);
-            const auto aside = files.readFile("/s/p.damaged", 10000);
-            const bool isKept = (now && *now == before) || (aside && *aside == before);
-            const bool isNew = now && HostSettings("/s/p").lastPane() == "new";
+            const auto now = files.readFile(path, 10000);
+            bool isKept = now && *now == before;
+            const auto names = files.entries(path.parent_path());
+            ASSERT_TRUE(names);
+            for (const std::string &name : *names)
+                isKept |= name.starts_with("settings.plist.damaged-") &&
+                          *files.readFile(path.parent_path() / name, 10000) == before;
+            const bool isNew = now && HostSettings(path).lastPane() == "new";
             EXPECT_TRUE(isKept || (old.empty() && isNew)) << "lost when call " << failing << " failed";
             if (done) {
                 EXPECT_TRUE(isNew);

@@ -18,9 +18,6 @@ public:
     /// Writes the file with this setting changed and all others as they are.
     Result<void> store(const std::string &key, bool value);
 
-    /// Renames the file at `path`, whose content cannot be read, to a name with the date beside it. Answers that name.
-    static Result<Path> setAside(const Path &path);
-
 private:
     explicit SettingsFile(Path path)
         : m_path(std::move(path))

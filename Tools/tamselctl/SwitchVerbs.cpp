@@ -1,6 +1,7 @@
 #include "Tools/tamselctl/Verbs.h"
 
 #include "Classes/PrefPane/HelperLoginItem.h"
+#include "Classes/Shared/keepAside.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ApplicationName.h"
 #include "Platform/Bundle.h"
@@ -51,7 +52,7 @@ static Result<SettingsFile> readSettings(const Invocation &invocation, const Pat
     auto settings = SettingsFile::read(path);
     if (settings || (settings.failure().code != ErrorCode::Corrupt && settings.failure().code != ErrorCode::TooLarge))
         return settings;
-    const auto aside = SettingsFile::setAside(path);
+    const auto aside = keepAside(path);
     if (!aside)
         return aside.failure();
     invocation.note(settings.failure().context + "; kept as " + aside->native());

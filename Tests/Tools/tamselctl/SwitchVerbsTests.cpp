@@ -109,7 +109,7 @@ TEST_P(UnreadableSettings, off_keepsThemAside)
     EXPECT_EQ(settingsIn(m_settings), (PropertyList::Dictionary{{"active", false}}));
     std::vector<fs::path> aside;
     for (const auto &entry : fs::directory_iterator(m_support)) {
-        if (entry.path().filename().native().starts_with("defaults.plist.unreadable-"))
+        if (entry.path().filename().native().starts_with("defaults.plist.damaged-"))
             aside.push_back(entry.path());
     }
     ASSERT_EQ(aside.size(), 1u);
