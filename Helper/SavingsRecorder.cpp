@@ -5,12 +5,13 @@
 
 #include <utility>
 
-static constexpr int kPauseMs = 260; // four in a second, with something to spare for timers that are early
+static constexpr int kPauseMs = 260; // four in a second, with something to spare
 
 SavingsRecorder::SavingsRecorder(WatchedFolders &folders)
     : m_folders(folders)
 {
     m_pause.setSingleShot(true);
+    m_pause.setTimerType(Qt::PreciseTimer); // others may be early, which adds up
     connect(&m_pause, &QTimer::timeout, this, [this] {
         if (m_isChanged)
             announce();
