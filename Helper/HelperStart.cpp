@@ -6,7 +6,7 @@
 #include <QTimer>
 
 static constexpr int kRetryMs = 50;
-static constexpr int kLongestWaitMs = 2000; // one that was told to quit is gone within a second
+static constexpr int kLongestWaitMs = 5000; // one that was told to quit is gone within a second on most machines
 
 HelperStart::HelperStart(Path lockFile, std::string identifier)
     : m_lockFile(std::move(lockFile))

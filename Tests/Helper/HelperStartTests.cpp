@@ -36,10 +36,12 @@ class HelperStartTest : public ::testing::Test
 protected:
     bool until(const Start &start)
     {
-        return waitFor([&] {
-            registry.deliver();
-            return !start.outcome.empty();
-        });
+        return waitFor(
+            [&] {
+                registry.deliver();
+                return !start.outcome.empty();
+            },
+            30000);
     }
 
     FakeApplicationName::Registry registry;
