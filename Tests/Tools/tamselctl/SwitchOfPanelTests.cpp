@@ -4,6 +4,7 @@
 
 #include "Platform/PropertyList.h"
 
+#include <QDeadlineTimer>
 #include <QThread>
 
 #include <gmock/gmock.h>
@@ -36,12 +37,13 @@ protected:
 
     static bool wait(const std::function<bool()> &condition)
     {
-        for (int attempt = 0; attempt < 200; ++attempt) {
-            if (condition())
-                return true;
+        QDeadlineTimer deadline(60'000);
+        while (!condition()) {
+            if (deadline.hasExpired())
+                return false;
             QThread::msleep(50);
         }
-        return false;
+        return true;
     }
 
     static bool isRunning(const char *key)
@@ -67,7 +69,7 @@ protected:
 TEST_F(SwitchOfPanel, offAndOn_areDoneByThePanelItself)
 {
     ASSERT_TRUE(wait([this] { return fs::exists(m_settings); }));
-    RunningTamselctl listener({"listen", "--timeout", "4"});
+    RunningTamselctl listener({"listen"});
     ASSERT_TRUE(listener.waitForError("listening"));
 
     const Ended off = tamselctl({"off"});
@@ -82,8 +84,10 @@ TEST_F(SwitchOfPanel, offAndOn_areDoneByThePanelItself)
     EXPECT_EQ(tamselctl({"off"}).exitCode, 0);
     EXPECT_TRUE(wait([this] { return !fs::exists(m_item); }));
 
+    EXPECT_EQ(tamselctl({"post", "the end"}).exitCode, 0);
+    ASSERT_TRUE(listener.waitForOutput("the end\n"));
     // The helper's own posts come between.
-    const QString heard = QString::fromStdString(listener.waitForEnd().out);
+    const QString heard = QString::fromStdString(listener.out());
     EXPECT_EQ(heard.count(QStringLiteral("com.dovrane.pellix.active\n")), 3) << heard.toStdString();
 }
 

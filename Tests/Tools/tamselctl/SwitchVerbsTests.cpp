@@ -1,5 +1,6 @@
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
 #include "Tests/Tools/tamselctl/Tamselctl.h"
 
 #include "Platform/PropertyList.h"
@@ -87,14 +88,12 @@ TEST_F(SwitchVerbs, on_launchesTheHelperAndAddsTheLoginItem)
     EXPECT_EQ(ended.exitCode, 0) << ended.err;
     EXPECT_EQ(settingsIn(m_settings), (PropertyList::Dictionary{{"active", true}}));
     EXPECT_THAT(contentOf(m_item), HasSubstr("TamselHelper.app"));
-    bool isRunning = false;
-    for (int attempt = 0; attempt < 100 && !isRunning; ++attempt)
-        isRunning = jsonLines(tamselctl({"status", "--json"}).out).at(0)[QStringLiteral("helperRunning")].toBool();
-    EXPECT_TRUE(isRunning);
+    const auto isRunning = [] {
+        return jsonLines(tamselctl({"status", "--json"}).out).at(0)[QStringLiteral("helperRunning")].toBool();
+    };
+    EXPECT_TRUE(waitFor(isRunning, 60'000));
     EXPECT_EQ(tamselctl({"post", "pellixHelperShouldQuit"}).exitCode, 0);
-    for (int attempt = 0; attempt < 100 && isRunning; ++attempt)
-        isRunning = jsonLines(tamselctl({"status", "--json"}).out).at(0)[QStringLiteral("helperRunning")].toBool();
-    EXPECT_FALSE(isRunning);
+    EXPECT_TRUE(waitFor([&] { return !isRunning(); }, 60'000));
 }
 
 class UnreadableSettings : public SwitchVerbs, public ::testing::WithParamInterface<const char *>

@@ -30,12 +30,24 @@ RunningTamselctl::RunningTamselctl(const std::vector<std::string> &words, const 
 
 bool RunningTamselctl::waitForError(const std::string &text)
 {
+    return waitForText(text, m_err);
+}
+
+bool RunningTamselctl::waitForOutput(const std::string &text)
+{
+    return waitForText(text, m_out);
+}
+
+/// `in` is one of the two texts that are read meanwhile.
+bool RunningTamselctl::waitForText(const std::string &text, const std::string &in)
+{
     QElapsedTimer timer;
     timer.start();
-    while (m_err.find(text) == std::string::npos) {
+    while (in.find(text) == std::string::npos) {
         if (m_process.state() == QProcess::NotRunning || timer.elapsed() > kPatienceMs)
             return false;
         m_process.waitForReadyRead(100);
+        m_out += m_process.readAllStandardOutput().toStdString();
         m_err += m_process.readAllStandardError().toStdString();
     }
     return true;
@@ -51,7 +63,7 @@ Ended RunningTamselctl::waitForEnd()
         m_process.kill();
         m_process.waitForFinished();
     }
-    ended.out = m_process.readAllStandardOutput().toStdString();
+    ended.out = m_out + m_process.readAllStandardOutput().toStdString();
     ended.err = m_err + m_process.readAllStandardError().toStdString();
     return ended;
 }

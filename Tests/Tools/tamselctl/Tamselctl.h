@@ -27,10 +27,19 @@ public:
 
     /// Waits until standard error says `text`. Answers whether it did.
     bool waitForError(const std::string &text);
+
+    /// The same for standard output.
+    bool waitForOutput(const std::string &text);
+
+    /// What was read from standard output while waiting for it.
+    const std::string &out() const { return m_out; }
     Ended waitForEnd();
 
 private:
+    bool waitForText(const std::string &text, const std::string &in);
+
     QProcess m_process;
+    std::string m_out;
     std::string m_err;
 };
 
