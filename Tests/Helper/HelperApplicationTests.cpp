@@ -208,6 +208,7 @@ TEST_F(HelperApplicationTest, foldersToAdd_sameFolderUnderSeveralPaths_isOneReco
     addFolders({log, log, log / "", log.parent_path() / "link", log / "../log"});
     addFolders({log});
     EXPECT_TRUE(untilRecords({"log on 100 1000"}));
+    EXPECT_EQ(HistoryFixture::openDatabase(place.history.store)->folders()->front().folder, log.native());
 }
 
 TEST_F(HelperApplicationTest, foldersToAdd_noFolders_areLeftOut)
@@ -250,6 +251,18 @@ TEST_F(HelperApplicationTest, foldersToRemove_movedFolder_isFoundByItsNewPath)
     fs::rename(log, log.parent_path() / "moved");
     removeFolders({log.parent_path() / "moved"});
     EXPECT_TRUE(untilRecords({"log off 100 1000"}));
+}
+
+TEST_F(HelperApplicationTest, foldersToRemove_movedAndSurveyedSince_isFoundWhereItIsNow)
+{
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    fs::rename(log, log.parent_path() / "moved");
+    addFolders({work});
+    ASSERT_TRUE(untilRecords({"moved on 100 0", "work on 100 0"}));
+    removeFolders({log.parent_path() / "moved"});
+    EXPECT_TRUE(untilRecords({"moved off 100 0", "work on 100 0"}));
 }
 
 TEST_F(HelperApplicationTest, movedFolder_nextSurvey_keepsItsPlace)
