@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <sched.h>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -17,20 +18,32 @@ namespace {
 
 constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
 
-/// Keeps every processor busy, so that what only gets the rest hardly moves.
+/// Keeps every processor busy, so that what only gets the rest hardly moves. Each has a thread of its own: left to
+/// themselves they may share one while others work on the next, and what is to wait finds room there.
 class BusyProcessors
 {
 public:
     BusyProcessors()
     {
-        for (unsigned i = 0; i < std::max(1u, std::thread::hardware_concurrency()); ++i)
-            m_threads.emplace_back([](std::stop_token stop) {
-                while (!stop.stop_requested()) {
-                }
-            });
+        cpu_set_t processors;
+        EXPECT_EQ(::sched_getaffinity(0, sizeof processors, &processors), 0);
+        for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
+            if (CPU_ISSET(processor, &processors))
+                m_threads.emplace_back([processor](std::stop_token stop) { keepBusy(processor, stop); });
+        }
     }
 
 private:
+    static void keepBusy(int processor, const std::stop_token &stop)
+    {
+        cpu_set_t only;
+        CPU_ZERO(&only);
+        CPU_SET(processor, &only);
+        ::sched_setaffinity(0, sizeof only, &only);
+        while (!stop.stop_requested()) {
+        }
+    }
+
     std::vector<std::jthread> m_threads;
 };
 
@@ -40,7 +53,7 @@ protected:
     /// A tree that takes long to walk, on the list of a running helper, which is in the middle of it.
     void beginLongSurvey(HelperProcess &helper)
     {
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 200; ++i) {
             const Path inner = folder / std::to_string(i);
             fs::create_directory(inner);
             for (int j = 0; j < 100; ++j)

@@ -21,7 +21,7 @@ public:
     qint64 id() const { return m_process.processId(); }
 
     /// Runs the event loop until it has ended; answers its exit status, nothing when it still runs or was killed.
-    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(30));
 
     /// Runs the event loop until this helper has taken its name on the bus.
     bool waitUntilFound();

@@ -6,7 +6,7 @@
 
 /// Runs the event loop until `condition` holds, for `timeoutMs` at most; answers whether it does.
 template <class Condition>
-bool waitFor(Condition condition, int timeoutMs = 10000)
+bool waitFor(Condition condition, int timeoutMs = 30000)
 {
     QElapsedTimer elapsed;
     elapsed.start();
