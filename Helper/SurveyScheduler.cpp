@@ -10,21 +10,26 @@
 SurveyScheduler::SurveyScheduler(Survey survey)
     : m_survey(std::move(survey))
 {
-    m_thread = std::jthread([this](std::stop_token end) { work(end); });
 }
 
 SurveyScheduler::~SurveyScheduler()
 {
     stop();
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return !m_hasThread; });
 }
 
 void SurveyScheduler::start(std::vector<SurveyJob> jobs)
 {
     stop();
     m_isSurveying = true;
+    Round round{m_number, std::move(jobs), std::stop_source()};
+    if (round.jobs.empty())
+        return finish(round);
     const std::lock_guard lock(m_mutex);
-    m_next = Round{m_number, std::move(jobs), std::stop_source()};
-    m_changed.notify_all();
+    m_next = std::move(round);
+    if (!std::exchange(m_hasThread, true))
+        std::thread([this] { work(); }).detach();
 }
 
 void SurveyScheduler::stop()
@@ -42,12 +47,12 @@ bool SurveyScheduler::waitUntilIdle(std::chrono::milliseconds timeout)
     return m_changed.wait_for(lock, timeout, [this] { return !m_isBusy && !m_next; });
 }
 
-void SurveyScheduler::work(std::stop_token end)
+void SurveyScheduler::work()
 {
     if (const auto done = ThisProcess::current().makeThreadIdle(); !done)
         logLine("Surveys run at ordinary priority: " + done.failure().context);
     std::unique_lock lock(m_mutex);
-    while (m_changed.wait(lock, end, [this] { return m_next.has_value(); })) {
+    while (m_next) {
         const Round round = *std::exchange(m_next, std::nullopt);
         m_current = round.stop;
         m_isBusy = true;
@@ -57,6 +62,8 @@ void SurveyScheduler::work(std::stop_token end)
         m_isBusy = false;
         m_changed.notify_all();
     }
+    m_hasThread = false;
+    m_changed.notify_all(); // with the lock held: nothing of this is touched once it has been let go
 }
 
 void SurveyScheduler::runRound(const Round &round)
@@ -67,6 +74,11 @@ void SurveyScheduler::runRound(const Round &round)
             return;
         runJob(round, job, counted);
     }
+    finish(round);
+}
+
+void SurveyScheduler::finish(const Round &round)
+{
     tell(round, [this] {
         m_isSurveying = false;
         Q_EMIT finished();

@@ -23,8 +23,9 @@ struct SurveyJob
     Bytes alias;        ///< empty when there is none
 };
 
-/// Surveys folders one after another on one thread that yields to everything else. Files met in one folder of a round
-/// do not count in another. Its signals come on the thread that owns this, and none comes of a round that was stopped.
+/// Surveys folders one after another on one thread that yields to everything else, and that is there only while there
+/// is something to survey: on a busy machine even its end takes long. Files met in one folder of a round do not count
+/// in another. Its signals come on the thread that owns this, and none comes of a round that was stopped.
 class SurveyScheduler final : public QObject
 {
     Q_OBJECT
@@ -65,8 +66,9 @@ private:
         std::stop_source stop;
     };
 
-    void work(std::stop_token end);
+    void work();
     void runRound(const Round &round);
+    void finish(const Round &round);
     void runJob(const Round &round, const SurveyJob &job, SurveyedFiles &counted);
     std::optional<Path> locate(const Round &round, const SurveyJob &job);
     void tell(const Round &round, std::function<void()> signal);
@@ -76,9 +78,9 @@ private:
     bool m_isSurveying = false;
 
     std::mutex m_mutex; ///< guards what follows
-    std::condition_variable_any m_changed;
+    std::condition_variable m_changed;
     std::optional<Round> m_next;
     std::stop_source m_current;
-    bool m_isBusy = false;
-    std::jthread m_thread;
+    bool m_isBusy = false; ///< the thread is in the middle of a round
+    bool m_hasThread = false;
 };

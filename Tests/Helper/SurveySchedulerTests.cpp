@@ -127,10 +127,28 @@ TEST_F(SurveySchedulerTest, start_severalFolders_oneAfterAnotherAndSharedFilesOn
                                   "3: 50% 1", "3: 100% 0", "3: saves 0", "finished"));
 }
 
+TEST_F(SurveySchedulerTest, thread_isThereOnlyWhileThereIsSomethingToSurvey)
+{
+    const auto threads = [] {
+        return std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
+    };
+    const auto before = threads();
+    isHeld = true;
+    for (int round = 1; round <= 2; ++round) {
+        scheduler.start({job(1, "a")});
+        ASSERT_TRUE(waitFor([&] { return surveys == round; }));
+        EXPECT_EQ(threads(), before + 1);
+        scheduler.stop();
+        EXPECT_TRUE(waitFor([&] { return threads() == before; }));
+    }
+}
+
 TEST_F(SurveySchedulerTest, start_nothingToSurvey_finishes)
 {
     scheduler.start({});
+    EXPECT_TRUE(scheduler.isSurveying());
     EXPECT_TRUE(untilTold("finished"));
+    EXPECT_FALSE(scheduler.isSurveying());
 }
 
 TEST_F(SurveySchedulerTest, start_whileSurveying_onlyTheNewRoundIsTold)
