@@ -23,8 +23,8 @@ void SheetQueue::begin(QDialog *sheet, QWidget *window, DidEnd didEnd)
     sheet->setParent(window, Qt::Dialog);
     sheet->setWindowModality(window ? Qt::WindowModal : Qt::NonModal);
     connect(sheet, &QDialog::finished, this, [this, sheet](int result) { finish(sheet, result); });
-    connect(sheet, &QObject::destroyed, this, [this, sheet] {
-        abandon([sheet](const Entry &entry) { return entry.sheet.isNull() || entry.sheet == sheet; });
+    connect(sheet, &QObject::destroyed, this, [this](const QObject *destroyed) {
+        abandon([destroyed](const Entry &entry) { return entry.sheet.isNull() || entry.sheet == destroyed; });
     });
     if (window)
         window->installEventFilter(this);
@@ -36,7 +36,7 @@ QDialog *SheetQueue::attached(const QWidget *window) const
 {
     const auto found = std::ranges::find_if(
         m_entries, [window](const Entry &entry) { return entry.window == window && entry.isPresented; });
-    return found == m_entries.end() ? nullptr : found->sheet.data();
+    return found == m_entries.end() ? nullptr : qobject_cast<QDialog *>(found->sheet);
 }
 
 bool SheetQueue::eventFilter(QObject *watched, QEvent *event)
@@ -50,10 +50,11 @@ bool SheetQueue::eventFilter(QObject *watched, QEvent *event)
 void SheetQueue::presentNext(const QWidget *window)
 {
     const auto next = std::ranges::find_if(m_entries, [window](const Entry &entry) { return entry.window == window; });
-    if (next == m_entries.end() || next->isPresented || next->sheet.isNull())
+    QDialog *const sheet = next == m_entries.end() ? nullptr : qobject_cast<QDialog *>(next->sheet);
+    if (!sheet || next->isPresented)
         return;
     next->isPresented = true;
-    m_present(next->sheet);
+    m_present(sheet);
 }
 
 void SheetQueue::finish(QObject *sheet, int result)
@@ -81,12 +82,13 @@ void SheetQueue::abandon(const std::function<bool(const Entry &)> &which)
         }
         windows.push_back(entry->window);
         m_abandoned.push_back(std::move(entry->didEnd));
-        const QPointer<QDialog> sheet = entry->sheet;
+        const QPointer<QObject> sheet = entry->sheet;
         entry = m_entries.erase(entry);
-        if (sheet) {
-            sheet->disconnect(this);
-            sheet->hide();
-        }
+        if (!sheet)
+            continue;
+        sheet->disconnect(this);
+        if (auto *const widget = qobject_cast<QWidget *>(sheet))
+            widget->hide();
     }
     if (m_abandoned.empty())
         return;

@@ -33,7 +33,7 @@ public:
 private:
     struct Entry
     {
-        QPointer<QDialog> sheet;
+        QPointer<QObject> sheet; ///< no dialog any more while it is being destroyed
         const QWidget *window = nullptr; ///< only compared: it may be gone
         DidEnd didEnd;
         bool isPresented = false;
