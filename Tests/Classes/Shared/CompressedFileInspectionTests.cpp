@@ -52,8 +52,8 @@ TEST_F(CompressedFileInspectionTest, soundFile_tellsEverything)
     });
     EXPECT_TRUE(found.isSound()) << found.trouble;
     EXPECT_TRUE(found.isCompressed());
-    EXPECT_EQ(found.header->uncompressedSize, kSize);
-    EXPECT_EQ(found.fork->blockHead.numBlocks, 3u);
+    EXPECT_EQ(std::uint64_t(found.header->uncompressedSize), kSize);
+    EXPECT_EQ(std::uint32_t(found.fork->blockHead.numBlocks), 3u);
     EXPECT_EQ(found.forkSize, m_fork.size());
     EXPECT_EQ(found.logicalSize, kSize);
     EXPECT_GE(found.occupiedSize, m_fork.size());

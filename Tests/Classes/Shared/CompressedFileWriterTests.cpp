@@ -60,8 +60,8 @@ TEST_F(CompressedFileWriterTest, text_becomesACompressedFileThatIsSound)
         const auto found = CompressedFileInspection::inspect(copy->path);
         ASSERT_TRUE(found);
         EXPECT_TRUE(found->isSound()) << found->trouble;
-        EXPECT_EQ(found->header->uncompressedSize, size);
-        EXPECT_EQ(found->fork->blockHead.numBlocks, (size + 65535) / 65536);
+        EXPECT_EQ(std::uint64_t(found->header->uncompressedSize), size);
+        EXPECT_EQ(std::uint32_t(found->fork->blockHead.numBlocks), (size + 65535) / 65536);
         EXPECT_EQ(std::filesystem::file_size(file), size) << "the original";
     }
 }

@@ -101,9 +101,9 @@ TEST(DVHFSCompressionStructsHelper, blockTable_forSize_hasItsBlocks)
 TEST(DVHFSCompressionStructsHelper, footer_flipped_isTheResourceMapOfTheFile)
 {
     const auto end = Helper::createFooter();
-    EXPECT_EQ(end->typeListOffset, 28);
-    EXPECT_EQ(end->nameListOffset, 50);
-    EXPECT_EQ(end->resourceType, 0x636D7066u);
+    EXPECT_EQ(std::uint16_t(end->typeListOffset), 28);
+    EXPECT_EQ(std::uint16_t(end->nameListOffset), 50);
+    EXPECT_EQ(std::uint32_t(end->resourceType), 0x636D7066u);
     const Bytes built = bytesIn(*end);
     Helper::flipHFSPlusCmpfEnd(end.get());
     Bytes expected(24);
