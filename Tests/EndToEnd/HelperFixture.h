@@ -72,8 +72,9 @@ protected:
     /// Waits long: what is surveyed gets only the time that nobody else on the machine wants.
     static bool untilTexts(const std::vector<std::string> &expected)
     {
-        const bool isReached = waitFor([&] { return texts() == expected; }, 60000);
-        EXPECT_EQ(texts(), expected);
+        std::vector<std::string> found; // a moment later it may have gone on
+        const bool isReached = waitFor([&] { return (found = texts()) == expected; }, 60000);
+        EXPECT_EQ(found, expected);
         return isReached;
     }
 
