@@ -50,12 +50,15 @@ bool VirtualDisplay::click(const std::string &title, const QPoint &point)
                              << QStringLiteral("1"));
 }
 
-bool VirtualDisplay::run(const QStringList &arguments)
+bool VirtualDisplay::run(const QStringList &arguments, QByteArray *said)
 {
     QProcess process;
     process.setProcessEnvironment(m_environment);
     process.start(QStringLiteral("xdotool"), arguments);
-    if (process.waitForFinished(kTimeoutMs))
+    const bool isFinished = process.waitForFinished(kTimeoutMs);
+    if (said)
+        *said = process.readAllStandardOutput();
+    if (isFinished)
         return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
     process.kill();
     process.waitForFinished();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QPoint>
 #include <QProcess>
 #include <QStringList>
@@ -24,9 +25,13 @@ public:
     /// Clicks with the pointer at this point of the window with such a title; answers whether there is one.
     bool click(const std::string &title, const QPoint &point);
 
-private:
-    bool run(const QStringList &arguments);
+    /// Runs xdotool with these arguments on the display and answers whether it succeeded; `said` gets what it wrote.
+    bool run(const QStringList &arguments, QByteArray *said = nullptr);
 
+    /// For a program that is to be shown there.
+    const QProcessEnvironment &environment() const { return m_environment; }
+
+private:
     QProcess m_server;
     QProcess m_windowManager;
     QProcessEnvironment m_environment;
