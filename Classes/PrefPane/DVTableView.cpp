@@ -125,7 +125,7 @@ void DVTableView::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHin
 
 bool DVTableView::mayDrop(const QDropEvent &event)
 {
-    return m_delegate && event.mimeData() && m_delegate->tableViewValidateDrop(*this, *event.mimeData());
+    return m_dataSource && event.mimeData() && m_dataSource->tableViewValidateDrop(*this, *event.mimeData());
 }
 
 void DVTableView::dragEnterEvent(QDragEnterEvent *event)
@@ -143,7 +143,7 @@ void DVTableView::dragMoveEvent(QDragMoveEvent *event)
 
 void DVTableView::dropEvent(QDropEvent *event)
 {
-    if (!mayDrop(*event) || !m_delegate->tableViewAcceptDrop(*this, *event->mimeData(), event->source()))
+    if (!mayDrop(*event) || !m_dataSource->tableViewAcceptDrop(*this, *event->mimeData(), event->source()))
         return event->ignore();
     event->setDropAction(Qt::CopyAction);
     event->accept();

@@ -23,6 +23,13 @@ public:
 
     /// A cell is going to be edited. Answers where it is then.
     virtual QModelIndex tableviewWillEdit(DVTableView &, const QModelIndex &index) { return index; }
+};
+
+/// Who takes what is dropped on a `DVTableView`.
+class DVTableViewDataSource
+{
+public:
+    virtual ~DVTableViewDataSource() = default;
 
     /// Whether what is dragged over the table may be dropped on it as a whole, which copies it.
     virtual bool tableViewValidateDrop(DVTableView &, const QMimeData &) { return false; }
@@ -43,8 +50,9 @@ class DVTableView final : public QTableView
 public:
     explicit DVTableView(QWidget *parent = nullptr);
 
-    /// Outlives the table; nullptr for none.
+    /// Both outlive the table; nullptr for none.
     void setTableDelegate(DVTableViewDelegate *delegate) { m_delegate = delegate; }
+    void setDataSource(DVTableViewDataSource *source) { m_dataSource = source; }
 
     /// The characters that the text of a cell may begin and end with. Nothing: all.
     const std::optional<QString> &validationCharacterSet() const { return m_validationCharacterSet; }
@@ -76,5 +84,6 @@ private:
     bool mayDrop(const QDropEvent &event);
 
     DVTableViewDelegate *m_delegate = nullptr;
+    DVTableViewDataSource *m_dataSource = nullptr;
     std::optional<QString> m_validationCharacterSet;
 };

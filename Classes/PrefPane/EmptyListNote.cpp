@@ -3,15 +3,14 @@
 #include "Classes/PrefPane/NoteLabel.h"
 
 #include <QEvent>
-#include <QFontDatabase>
+#include <QLabel>
 #include <QTableView>
 #include <QVBoxLayout>
 
-EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation, const QString &command,
-                             QTableView *table)
+EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation, QTableView *table)
     : QWidget(table->viewport())
     , m_table(table)
-    , m_spoken(heading + QStringLiteral(". ") + explanation + QLatin1Char(' ') + command)
+    , m_spoken(heading + QStringLiteral(". ") + explanation)
 {
     auto *const title = new QLabel(heading, this);
     QFont bold = font();
@@ -22,13 +21,7 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     auto *const text = new NoteLabel(this);
     text->setText(explanation);
     text->setAlignment(Qt::AlignCenter);
-    auto *const line = new QLabel(command, this);
-    line->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    line->setTextFormat(Qt::PlainText);
-    line->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    line->setAccessibleName(tr("Command that adds a folder: %1").arg(command));
-    line->setAlignment(Qt::AlignCenter);
-    line->setWordWrap(true);
+    setAttribute(Qt::WA_TransparentForMouseEvents); // what is dropped goes to the table
 
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins(48, 12, 48, 12);
@@ -36,7 +29,6 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     column->addStretch(2);
     column->addWidget(title);
     column->addWidget(text);
-    column->addWidget(line);
     column->addStretch(3);
     table->viewport()->installEventFilter(this);
     showOrHide();

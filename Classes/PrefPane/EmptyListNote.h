@@ -12,8 +12,7 @@ class EmptyListNote final : public QWidget
     Q_OBJECT
 
 public:
-    /// `command` is set in letters of one width and can be selected.
-    EmptyListNote(const QString &heading, const QString &explanation, const QString &command, QTableView *table);
+    EmptyListNote(const QString &heading, const QString &explanation, QTableView *table);
 
     /// The rows to look at; the model outlives the table.
     void follow(const QAbstractItemModel *model);

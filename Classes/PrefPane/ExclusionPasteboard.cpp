@@ -1,5 +1,6 @@
 #include "Classes/PrefPane/ExclusionPasteboard.h"
 
+#include "Classes/PrefPane/FilePasteboard.h"
 #include "Classes/PrefPane/PXExclusionsController.h"
 
 #include <QDir>
@@ -11,16 +12,6 @@ static QString withoutEndingSlashes(QString path)
     while (path.size() > 1 && path.endsWith(u'/'))
         path.chop(1);
     return path;
-}
-
-static QStringList filesIn(const QMimeData &data)
-{
-    QStringList paths;
-    for (const QUrl &url : data.urls()) {
-        if (url.isLocalFile())
-            paths.append(withoutEndingSlashes(url.toLocalFile()));
-    }
-    return paths;
 }
 
 static QString pathOf(QString line)
@@ -36,7 +27,7 @@ static QString pathOf(QString line)
 
 QStringList ExclusionPasteboard::pathsIn(const QMimeData &data)
 {
-    if (const QStringList files = filesIn(data); !files.isEmpty())
+    if (const QStringList files = FilePasteboard::fileNames(data); !files.isEmpty())
         return files;
     QStringList paths;
     for (const QString &line : data.text().split(u'\n')) {
@@ -48,7 +39,7 @@ QStringList ExclusionPasteboard::pathsIn(const QMimeData &data)
 
 QStringList ExclusionPasteboard::extensionsIn(const QMimeData &data)
 {
-    if (const QStringList files = filesIn(data); !files.isEmpty())
+    if (const QStringList files = FilePasteboard::fileNames(data); !files.isEmpty())
         return PXExclusionsController::extensionsFor(files);
     static const QRegularExpression kBetween(QStringLiteral("[\\s,;]+"));
     static const QRegularExpression kExtension(QStringLiteral("^[*.]*([A-Za-z0-9_+-][A-Za-z0-9._+-]*)$"));

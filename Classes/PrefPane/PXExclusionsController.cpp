@@ -1,6 +1,6 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 
-#include "Classes/PrefPane/FilesAndFoldersPanel.h"
+#include "Classes/PrefPane/OpenPanel.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/Shared/AlertSheet.h"
 #include "Classes/Shared/Log.h"
@@ -111,6 +111,7 @@ void PXExclusionsController::prepare(List &list)
     list.tableView->setSelectionModel(list.arrayController->selectionModel());
     delete unused;
     list.tableView->setTableDelegate(this);
+    list.tableView->setDataSource(this);
     list.tableView->setAcceptDrops(true);
     list.tableView->clearSelection();
 }
@@ -142,7 +143,7 @@ void PXExclusionsController::announce(List &list)
 
 void PXExclusionsController::addPaths()
 {
-    auto *const panel = new FilesAndFoldersPanel;
+    auto *const panel = new OpenPanel(OpenPanel::Choose::FilesAndFolders);
     panel->setWindowTitle(tr("Leave alone"));
     HostApplication::current().beginSheet(panel, HostApplication::current().mainWindow(),
                                           [self = QPointer(this), panel = QPointer(panel)](int result) {

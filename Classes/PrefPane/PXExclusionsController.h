@@ -14,7 +14,7 @@
 
 /// Holds the user's two lists, excluded paths and excluded extensions, shows them in two tables and saves after every
 /// change, which the helper is told of. The files are read when this is made and never again. Main thread.
-class PXExclusionsController final : public QObject, public DVTableViewDelegate
+class PXExclusionsController final : public QObject, public DVTableViewDelegate, public DVTableViewDataSource
 {
     Q_OBJECT
 

@@ -1,10 +1,10 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 
+#include "Classes/PrefPane/FilePasteboard.h"
 #include "Classes/Shared/AlertSheet.h"
 #include "Platform/HostApplication.h"
 
 #include <QMimeData>
-#include <QUrl>
 
 #include <algorithm>
 
@@ -78,20 +78,6 @@ QStringList PXExclusionsController::extensionsFor(const QStringList &paths)
     return extensions;
 }
 
-static QStringList fileNames(const QMimeData &data)
-{
-    QStringList names;
-    for (const QUrl &url : data.urls()) {
-        if (!url.isLocalFile())
-            continue;
-        QString path = url.toLocalFile();
-        while (path.size() > 1 && path.endsWith(u'/'))
-            path.chop(1);
-        names.append(path);
-    }
-    return names;
-}
-
 bool PXExclusionsController::tableViewValidateDrop(DVTableView &, const QMimeData &data)
 {
     return data.hasUrls();
@@ -99,7 +85,7 @@ bool PXExclusionsController::tableViewValidateDrop(DVTableView &, const QMimeDat
 
 bool PXExclusionsController::tableViewAcceptDrop(DVTableView &table, const QMimeData &data, const QObject *source)
 {
-    const QStringList names = fileNames(data);
+    const QStringList names = FilePasteboard::fileNames(data);
     if (source == &table || names.isEmpty())
         return false;
     if (&table == m_paths.tableView)

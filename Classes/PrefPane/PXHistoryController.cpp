@@ -26,7 +26,7 @@ void PXHistoryController::init()
     connect(this, &PXHistoryController::foldersChanged, this, &PXHistoryController::updatePreviousSavings);
 }
 
-void PXHistoryController::setFoldersTableView(QTableView *view)
+void PXHistoryController::setFoldersTableView(DVTableView *view)
 {
     m_foldersTableView = view;
     connectTable();
@@ -50,6 +50,7 @@ void PXHistoryController::connectTable()
         return;
     m_foldersTableView->setModel(m_foldersArrayController);
     m_foldersTableView->setSelectionModel(m_foldersArrayController->selectionModel());
+    m_foldersTableView->setTableDelegate(this);
 }
 
 void PXHistoryController::awakeFromNib()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Classes/PrefPane/AddFoldersRequest.h"
+#include "Classes/PrefPane/DVTableView.h"
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/HistoryContext.h"
 #include "Classes/PrefPane/HistoryEntry.h"
@@ -10,7 +12,6 @@
 
 #include <QObject>
 #include <QPointer>
-#include <QTableView>
 #include <QTimer>
 
 #include <memory>
@@ -19,9 +20,9 @@
 #include <vector>
 
 /// The pane's read-only view of the history: the watched folders, what each has saved, and the sums. Reads the store
-/// again whenever the helper announces savings, and every second while another process has it locked. One per process,
-/// made with the interface; main thread.
-class PXHistoryController final : public QObject, public FoldersTableRules
+/// again whenever the helper announces savings, and every second while another process has it locked. What the user
+/// adds or removes it only tells the helper. One per process, made with the interface; main thread.
+class PXHistoryController final : public QObject, public FoldersTableRules, public DVTableViewDelegate
 {
     Q_OBJECT
     Q_PROPERTY(qulonglong totalSavings READ totalSavings NOTIFY totalSavingsChanged)
@@ -38,9 +39,9 @@ public:
     static PXHistoryController *alloc() { return SharedInstance<PXHistoryController>::alloc(); }
 
     /// The outlets, set by the interface. The table shows the array controller, which shows `historyArray`.
-    void setFoldersTableView(QTableView *view);
+    void setFoldersTableView(DVTableView *view);
     void setFoldersArrayController(FoldersArrayController *controller);
-    QTableView *foldersTableView() const { return m_foldersTableView; }
+    DVTableView *foldersTableView() const { return m_foldersTableView; }
     FoldersArrayController *foldersArrayController() const { return m_foldersArrayController; }
 
     /// To be called once the outlets are set: gives the table its orders.
@@ -83,6 +84,22 @@ public:
     /// Where they are now, or were when the alias was made; nothing when there are no aliases.
     std::optional<std::vector<std::string>> folders();
 
+    /// Asks for the volumes of the folders and answers; what follows from them happens a moment later. A folder that is
+    /// chosen twice, or watched already, is for the helper to sort out.
+    void addFolders(std::vector<std::string> folders);
+
+    /// Asks the user about the folders that need a warning, tells the helper which to watch, and the user when some
+    /// were dropped. The helper is told even when none is left.
+    void processAddFoldersRequest(AddFoldersRequest request);
+
+    /// Tells the helper to let the selected folders go, and selects nothing. The list changes when the helper says so.
+    void removeFolders();
+
+    void warnAboutRemovedFolders();
+    void alertDidEnd(int) {}
+
+    bool tableviewRemoveSelectedRowIndexes(DVTableView &table, const std::vector<int> &rows) override;
+
     void tableViewWillDisplayCell(HistoryCell &cell, int column, int row) const override;
     bool tableViewShouldSelectRow(int row) const override;
 
@@ -110,7 +127,7 @@ private:
     bool m_isStoreTried = false;
     bool m_isTerminating = false;
     QTimer m_lockedStoreTimer;
-    QPointer<QTableView> m_foldersTableView;
+    QPointer<DVTableView> m_foldersTableView;
     QPointer<FoldersArrayController> m_foldersArrayController;
     HistoryPredicate m_foldersFilter;
     ByteCount m_totalSavings = 0;

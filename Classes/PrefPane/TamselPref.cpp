@@ -28,6 +28,8 @@ TamselPref::TamselPref(Bundle bundle)
 
 TamselPref::~TamselPref()
 {
+    if (m_view)
+        foldersTableView()->setDataSource(nullptr);
     // A sheet that was shown belongs to its window.
     for (const QPointer<ConfirmationSheet> &sheet : {m_uninstallSheet, m_restartSheet}) {
         if (sheet && !sheet->parentWidget())
@@ -53,7 +55,7 @@ void TamselPref::mainViewDidLoad()
     DistributedNotificationCenter::current().addObserver(
         "com.dovrane.tamsel.quit", [](const Notification &) { HostApplication::current().terminate(); });
     observeVisible();
-    foldersTableView()->setAcceptDrops(true); // refused until folders can be added here
+    foldersTableView()->setAcceptDrops(true);
     connect(settings(), &PXDefaultsController::autorunAtLoginChanged, this, &TamselPref::setAutorunAtLogin);
     regenerateAutologinItem();
     HostApplication::current().activate(true);

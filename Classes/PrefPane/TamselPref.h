@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/PrefPane/DVTableView.h"
 #include "Platform/PreferencePane.h"
 #include "Platform/Types.h"
 
@@ -9,16 +10,17 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class ConfirmationSheet;
 class IconButton;
 class KeyframeAnimation;
 class Layer;
+class OpenPanel;
 class PXExclusionsController;
 class QAbstractButton;
 class QDialog;
 class QLabel;
-class QTableView;
 class QTabWidget;
 class QWidget;
 class RunningApplication;
@@ -26,7 +28,7 @@ class TamselPrefView;
 
 /// The pane: starts and supervises the helper, holds the switch and the login item, and looks after its own
 /// installation. Made by the plug-in for its host; what it observes it observes as long as it lives. Main thread.
-class TamselPref final : public QObject, public PreferencePane
+class TamselPref final : public QObject, public PreferencePane, public DVTableViewDataSource
 {
     Q_OBJECT
     Q_PROPERTY(bool autorunAtLogin READ autorunAtLogin WRITE setAutorunAtLogin NOTIFY autorunAtLoginChanged)
@@ -67,11 +69,16 @@ public:
     std::unique_ptr<KeyframeAnimation> bubbleAnimation() const;
     std::unique_ptr<KeyframeAnimation> opacityAnimation();
 
+    /// The folders among the files of a drag, which may be none; nothing when it holds no files.
+    static std::optional<std::vector<std::string>> foldersInPasteboard(const QMimeData &pasteboard);
+    bool tableViewValidateDrop(DVTableView &table, const QMimeData &data) override;
+    bool tableViewAcceptDrop(DVTableView &table, const QMimeData &data, const QObject *source) override;
+
     QTabWidget *tabView() const;
     QLabel *versionNumberTextField() const;
     QAbstractButton *toggleActiveButton() const;
     IconButton *iconButton() const;
-    QTableView *foldersTableView() const;
+    DVTableView *foldersTableView() const;
     QDialog *uninstallSheet() const;
     QDialog *restartSheet() const;
     const std::optional<std::string> &relauncherPath() const { return m_relauncherPath; }
@@ -87,6 +94,13 @@ public Q_SLOTS:
     void cancelSheetAction();
     void restart();
     void addBubble();
+
+    /// Asks for folders to watch, and lets the selected ones go.
+    void addFolder();
+    void removeFolder();
+
+    /// Watches the folders among what was copied.
+    void pasteFolders(const QMimeData &content);
     void popBubbles();
 
     /// Handlers of what the helper asks for.
@@ -103,6 +117,7 @@ private:
 
     void makeSheets();
     void connectHistory();
+    void addFolderPanelDidEnd(const OpenPanel &panel, int returnCode);
     void connectExclusions();
     void connectControls();
     void connectView();

@@ -27,6 +27,7 @@ void TamselPref::connectHistory()
     history->setFoldersTableView(m_view->ui().foldersTableView);
     history->setFoldersArrayController(new FoldersArrayController(m_view));
     history->awakeFromNib();
+    foldersTableView()->setDataSource(this);
     m_view->followFolders(history->foldersArrayController());
     m_view->setTotalSavings(history->totalSavings());
     connect(history, &PXHistoryController::totalSavingsChanged, m_view,
@@ -52,6 +53,10 @@ void TamselPref::connectControls()
     const Ui::TamselPref &ui = m_view->ui();
     connect(ui.switchView, &SwitchView::clicked, this, [this] { toggleActive(m_view->ui().switchView); });
     connect(ui.iconButton, &QAbstractButton::clicked, this, &TamselPref::addBubble);
+    connect(ui.addFolderButton, &QAbstractButton::clicked, this, &TamselPref::addFolder);
+    connect(ui.removeFolderButton, &QAbstractButton::clicked, this, &TamselPref::removeFolder);
+    connect(m_view, &TamselPrefView::addFolderWanted, this, &TamselPref::addFolder);
+    connect(m_view, &TamselPrefView::pasted, this, &TamselPref::pasteFolders);
     connect(ui.checkForUpdatesButton, &QAbstractButton::clicked, this, &TamselPref::checkForUpdates);
     connect(ui.helpButton, &QAbstractButton::clicked, this, &TamselPref::help);
     connect(ui.siteButton, &QAbstractButton::clicked, this, &TamselPref::visitSite);
@@ -105,7 +110,7 @@ IconButton *TamselPref::iconButton() const
     return m_view ? m_view->ui().iconButton : nullptr;
 }
 
-QTableView *TamselPref::foldersTableView() const
+DVTableView *TamselPref::foldersTableView() const
 {
     return m_view ? m_view->ui().foldersTableView : nullptr;
 }

@@ -9,8 +9,12 @@
 #include "Platform/Bundle.h"
 #include "Resources/ui_TamselPref.h"
 
+#include <QApplication>
+#include <QClipboard>
 #include <QFile>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QMimeData>
 
 TamselPrefView::TamselPrefView(const Bundle &bundle)
     : m_ui(std::make_unique<Ui::TamselPref>())
@@ -90,10 +94,8 @@ void TamselPrefView::setUpTable()
     table->horizontalHeader()->setFixedHeight(26);
     table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     new FocusRing(table);
-    new EmptyListNote(
-        tr("No folders yet"),
-        tr("Folders cannot be added in this window yet. Name one on the command line, and it appears here:"),
-        QStringLiteral("tamselctl post com.dovrane.pellix.folders foldersToAdd+=FOLDER"), table);
+    table->installEventFilter(this);
+    new EmptyListNote(tr("No folders yet"), tr("Drop folders here, paste them, or press + to choose some."), table);
 }
 
 void TamselPrefView::follow(PXDefaultsController *settings)
@@ -110,7 +112,7 @@ void TamselPrefView::follow(PXDefaultsController *settings)
     showState();
 }
 
-void TamselPrefView::followFolders(const QAbstractItemModel *folders)
+void TamselPrefView::followFolders(FoldersArrayController *folders)
 {
     m_folders = folders;
     QTableView *const table = m_ui->foldersTableView;
@@ -126,7 +128,24 @@ void TamselPrefView::followFolders(const QAbstractItemModel *folders)
     connect(folders, &QAbstractItemModel::modelReset, this, &TamselPrefView::showState);
     // A folder goes and the sum of former ones comes: as many rows, another count.
     connect(folders, &QAbstractItemModel::dataChanged, this, &TamselPrefView::showState);
+    connect(folders->selectionModel(), &QItemSelectionModel::selectionChanged, this, &TamselPrefView::showState);
     showState();
+}
+
+bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != m_ui->foldersTableView || event->type() != QEvent::KeyPress)
+        return QWidget::eventFilter(watched, event);
+    const auto *const key = static_cast<QKeyEvent *>(event);
+    if (key->matches(QKeySequence::Paste)) {
+        if (const QMimeData *const content = QApplication::clipboard()->mimeData())
+            Q_EMIT pasted(*content);
+        return true;
+    }
+    if (key->key() != Qt::Key_Insert || key->modifiers() != Qt::NoModifier)
+        return QWidget::eventFilter(watched, event);
+    Q_EMIT addFolderWanted();
+    return true;
 }
 
 void TamselPrefView::setTotalSavings(quint64 byteCount)
@@ -161,6 +180,7 @@ void TamselPrefView::showState()
     const int count = folderCount();
     m_ui->folderCountLabel->setText(count == 1 ? tr("1 folder") : tr("%1 folders").arg(count));
     m_ui->folderCountLabel->setVisible(count > 0);
+    m_ui->removeFolderButton->setEnabled(m_folders && !m_folders->selectionIndexes().empty());
     const bool isActive = m_settings && m_settings->helperActive();
     if (!isActive)
         m_ui->stateLabel->setText(tr("Switched off. The helper rests and ends when you leave this pane."));

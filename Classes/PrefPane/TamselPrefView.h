@@ -8,7 +8,8 @@
 
 class Bundle;
 class PXDefaultsController;
-class QAbstractItemModel;
+class FoldersArrayController;
+class QMimeData;
 namespace Ui {
 class TamselPref;
 }
@@ -31,7 +32,7 @@ public:
     void follow(PXDefaultsController *settings);
 
     /// To be called once the folder table shows `folders`, which live as long as the view.
-    void followFolders(const QAbstractItemModel *folders);
+    void followFolders(FoldersArrayController *folders);
     void setTotalSavings(quint64 byteCount);
 
     /// Whether the helper is among the login items, and whether there is a list of them at all.
@@ -39,7 +40,13 @@ public:
 
     void setHelperRunning(bool isRunning);
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 Q_SIGNALS:
+    /// The user pressed a key of the folder table.
+    void addFolderWanted();
+    void pasted(const QMimeData &content);
+
     /// The user changed a setting.
     void automaticUpdatesChosen(bool check);
     void autorunAtLoginChosen(bool autorun);
@@ -56,7 +63,7 @@ private:
     std::unique_ptr<Ui::TamselPref> m_ui;
     QPixmap m_largeIcon;
     PXDefaultsController *m_settings = nullptr;
-    const QAbstractItemModel *m_folders = nullptr;
+    FoldersArrayController *m_folders = nullptr;
     bool m_isHelperRunning = false;
     bool m_isLoginItem = false;
 };

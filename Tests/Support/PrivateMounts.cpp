@@ -71,6 +71,14 @@ bool PrivateMounts::mountOverlay(const std::filesystem::path &lower, const std::
     return true;
 }
 
+bool PrivateMounts::mountProgram(const std::filesystem::path &point, const std::string &options)
+{
+    if (!enter() || ::mount("program", point.c_str(), "fuse", MS_NODEV | MS_NOSUID, options.c_str()) != 0)
+        return false;
+    m_points.push_back(point);
+    return true;
+}
+
 bool PrivateMounts::makeReadOnly(const std::filesystem::path &point)
 {
     return enter() && ::mount(nullptr, point.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;

@@ -33,6 +33,9 @@ public:
     bool mountOverlay(const std::filesystem::path &lower, const std::filesystem::path &upper,
                       const std::filesystem::path &work, const std::filesystem::path &point);
 
+    /// Mounts what a program serves; the options name it.
+    bool mountProgram(const std::filesystem::path &point, const std::string &options);
+
     /// From now on nothing can be written there.
     bool makeReadOnly(const std::filesystem::path &point);
 

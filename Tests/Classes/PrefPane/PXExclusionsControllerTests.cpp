@@ -1,7 +1,7 @@
 #include "Tests/Classes/PrefPane/ExclusionsFixture.h"
 #include "Tests/Support/PrivateMounts.h"
 
-#include "Classes/PrefPane/FilesAndFoldersPanel.h"
+#include "Classes/PrefPane/OpenPanel.h"
 
 #include <QDir>
 #include <QListView>
@@ -433,7 +433,7 @@ TEST_F(PXExclusionsControllerTest, addPaths_folderAndFileChosen_areAdded)
     load();
     host.setMainWindow(&window);
     controller->addPaths();
-    auto *const panel = qobject_cast<FilesAndFoldersPanel *>(host.attachedSheet(&window));
+    auto *const panel = qobject_cast<OpenPanel *>(host.attachedSheet(&window));
     ASSERT_NE(panel, nullptr);
     EXPECT_EQ(panel->directory().absolutePath().toStdString(), home.native());
     panel->show();

@@ -47,7 +47,7 @@ protected:
     const Path m_work = PrivateHome::current().makeFolder("work");
     std::unique_ptr<HistoryDatabase> m_database = HistoryFixture::openDatabase(store());
     FoldersArrayController m_array;
-    QTableView m_table;
+    DVTableView m_table;
 };
 
 TEST_F(PXHistoryControllerTest, noRemovedFolders_thereIsNoOtherRow)
@@ -336,7 +336,7 @@ TEST_F(PXHistoryControllerTest, interfaceGoesAway_refreshingGoesOn)
     record("/a", 10);
     {
         FoldersArrayController array;
-        QTableView table;
+        DVTableView table;
         controller()->setFoldersArrayController(&array);
         controller()->setFoldersTableView(&table);
     }

@@ -237,17 +237,6 @@ TEST_F(TamselPrefTest, requestBeforeTheFirstSelection_looksAtTheStoredState)
     EXPECT_FALSE(pane().toggleActiveButton()->isChecked());
 }
 
-TEST_F(TamselPrefTest, foldersTable_isRegisteredForDropsAndRefusesThem)
-{
-    load();
-    EXPECT_TRUE(pane().foldersTableView()->acceptDrops());
-    QMimeData files;
-    files.setUrls({QUrl::fromLocalFile(QStringLiteral("/tmp"))});
-    QDragEnterEvent event({10, 10}, Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(pane().foldersTableView()->viewport(), &event);
-    EXPECT_FALSE(event.isAccepted());
-}
-
 TEST_F(TamselPrefTest, theHostTakingItsViewAway_leavesThePaneStanding)
 {
     load();

@@ -131,7 +131,7 @@ TEST_F(TamselPrefViewTest, whatIsToBeRead_isSpokenToo)
     EXPECT_EQ(nameOf(find<QLabel>("versionNumberTextField")), "1.2.3");
     EXPECT_EQ(nameOf(find<QLabel>("totalSavingsTextField")), "-");
     const std::string begin = pane().foldersTableView()->accessibleDescription().toStdString();
-    EXPECT_THAT(begin, AllOf(HasSubstr("No folders yet"), HasSubstr("foldersToAdd+=FOLDER")));
+    EXPECT_THAT(begin, AllOf(HasSubstr("No folders yet"), HasSubstr("Drop folders here")));
     record("/srv/a", 40, 1500000000);
     hear("pellixSavingsChanged");
     EXPECT_EQ(nameOf(find<QLabel>("totalSavingsTextField")), "1.50 GB");

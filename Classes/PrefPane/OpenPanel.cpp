@@ -1,4 +1,4 @@
-#include "Classes/PrefPane/FilesAndFoldersPanel.h"
+#include "Classes/PrefPane/OpenPanel.h"
 
 #include <QDialogButtonBox>
 #include <QDir>
@@ -6,20 +6,32 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
+#include <QTreeView>
 
-FilesAndFoldersPanel::FilesAndFoldersPanel(QWidget *parent)
+OpenPanel::OpenPanel(Choose kind, QWidget *parent)
     : QFileDialog(parent)
+    , m_kind(kind)
 {
-    setOption(DontUseNativeDialog); // none of them shows both kinds
-    setFileMode(ExistingFiles);
+    setOption(DontUseNativeDialog); // none of them shows both kinds, or takes several folders at once
+    setFileMode(kind == Choose::Folders ? Directory : ExistingFiles);
+    setOption(ShowDirsOnly, kind == Choose::Folders);
     setDirectory(QDir::home());
     setLabelText(Accept, tr("Add"));
-    if (const auto *const rows = findChild<QListView *>(QStringLiteral("listView")))
-        connect(rows->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-                &FilesAndFoldersPanel::enableButton, Qt::QueuedConnection);
+    if (auto *const details = findChild<QTreeView *>(QStringLiteral("treeView")))
+        details->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    if (auto *const rows = findChild<QListView *>(QStringLiteral("listView"))) {
+        rows->setSelectionMode(QAbstractItemView::ExtendedSelection);
+        connect(rows->selectionModel(), &QItemSelectionModel::selectionChanged, this, &OpenPanel::enableButton,
+                Qt::QueuedConnection);
+    }
 }
 
-QStringList FilesAndFoldersPanel::selectedRows() const
+bool OpenPanel::canBeChosen(const QString &path) const
+{
+    return m_kind == Choose::Folders ? QFileInfo(path).isDir() : QFileInfo::exists(path);
+}
+
+QStringList OpenPanel::selectedRows() const
 {
     QStringList paths;
     if (const auto *const rows = findChild<QListView *>(QStringLiteral("listView"))) {
@@ -29,8 +41,8 @@ QStringList FilesAndFoldersPanel::selectedRows() const
     return paths;
 }
 
-/// The panel knows of files only.
-void FilesAndFoldersPanel::enableButton()
+/// The panel knows of one kind only, and of one folder.
+void OpenPanel::enableButton()
 {
     const auto *const buttons = findChild<QDialogButtonBox *>();
     QPushButton *const button = buttons ? buttons->button(QDialogButtonBox::Open) : nullptr;
@@ -38,7 +50,7 @@ void FilesAndFoldersPanel::enableButton()
         button->setEnabled(true);
 }
 
-void FilesAndFoldersPanel::accept()
+void OpenPanel::accept()
 {
     const auto *const name = findChild<QLineEdit *>();
     const bool isTyped = name && name->hasFocus() && !name->text().isEmpty();
@@ -46,7 +58,7 @@ void FilesAndFoldersPanel::accept()
     if (!m_chosen.isEmpty())
         return done(Accepted);
     for (const QString &path : selectedFiles()) {
-        if (QFileInfo::exists(path))
+        if (canBeChosen(path))
             m_chosen.append(QDir::cleanPath(path));
     }
     if (!m_chosen.isEmpty())

@@ -1,0 +1,91 @@
+// The actions of the folder table: choosing folders, dropping and pasting them.
+#include "Classes/PrefPane/ExclusionPasteboard.h"
+#include "Classes/PrefPane/FilePasteboard.h"
+#include "Classes/PrefPane/OpenPanel.h"
+#include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/PrefPane/TamselPref.h"
+#include "Classes/PrefPane/TamselPrefView.h"
+#include "Classes/Shared/isDirectory.h"
+#include "Platform/HostApplication.h"
+
+#include <QFile>
+
+static PXHistoryController *history()
+{
+    return PXHistoryController::sharedHistoryController();
+}
+
+/// Those that exist and are directories, in their order.
+static std::vector<std::string> directoriesAmong(const QStringList &names)
+{
+    std::vector<std::string> folders;
+    for (const QString &name : names) {
+        std::string path = QFile::encodeName(name).toStdString();
+        if (isDirectory(path))
+            folders.push_back(std::move(path));
+    }
+    return folders;
+}
+
+void TamselPref::addFolder()
+{
+    if (!m_view)
+        return;
+    auto *const panel = new OpenPanel(OpenPanel::Choose::Folders);
+    panel->setWindowTitle(tr("Watch folders"));
+    HostApplication::current().beginSheet(panel, m_view->window(),
+                                          [self = QPointer(this), panel = QPointer(panel)](int returnCode) {
+                                              if (self && panel)
+                                                  self->addFolderPanelDidEnd(*panel, returnCode);
+                                              if (panel)
+                                                  panel->deleteLater();
+                                          });
+}
+
+void TamselPref::addFolderPanelDidEnd(const OpenPanel &panel, int returnCode)
+{
+    if (returnCode != QDialog::Accepted)
+        return;
+    std::vector<std::string> folders;
+    for (const QString &path : panel.chosenPaths())
+        folders.push_back(QFile::encodeName(path).toStdString());
+    history()->addFolders(std::move(folders));
+}
+
+void TamselPref::removeFolder()
+{
+    history()->removeFolders();
+}
+
+void TamselPref::pasteFolders(const QMimeData &content)
+{
+    if (std::vector<std::string> folders = directoriesAmong(ExclusionPasteboard::pathsIn(content)); !folders.empty())
+        history()->addFolders(std::move(folders));
+}
+
+std::optional<std::vector<std::string>> TamselPref::foldersInPasteboard(const QMimeData &pasteboard)
+{
+    const QStringList names = FilePasteboard::fileNames(pasteboard);
+    if (names.isEmpty())
+        return std::nullopt;
+    return directoriesAmong(names);
+}
+
+bool TamselPref::tableViewValidateDrop(DVTableView &, const QMimeData &data)
+{
+    const auto folders = foldersInPasteboard(data);
+    return folders && !folders->empty();
+}
+
+bool TamselPref::tableViewAcceptDrop(DVTableView &table, const QMimeData &data, const QObject *source)
+{
+    if (source == &table || !data.hasUrls())
+        return false;
+    auto folders = foldersInPasteboard(data);
+    if (!folders || folders->empty())
+        return false;
+    history()->addFolders(*std::move(folders));
+    table.viewport()->update();
+    HostApplication::current().activate(true);
+    return true;
+}

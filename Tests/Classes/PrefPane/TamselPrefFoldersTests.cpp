@@ -1,0 +1,245 @@
+// Choosing, dropping, pasting and removing folders in the pane.
+#include "Classes/PrefPane/OpenPanel.h"
+#include "Classes/PrefPane/PXHistoryController.h"
+#include "Platform/Fake/FakeVolumes.h"
+#include "Tests/Classes/PrefPane/PaneFixture.h"
+#include "Tests/Support/FileContent.h"
+#include "Tests/Support/HistoryFixture.h"
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QDropEvent>
+#include <QListView>
+#include <QMimeData>
+#include <QTest>
+#include <QToolButton>
+
+#include <gmock/gmock.h>
+
+namespace fs = std::filesystem;
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+/// Everything lies on the boot volume, so that no questions are asked.
+class TamselPrefFoldersTest : public PaneFixture
+{
+protected:
+    TamselPrefFoldersTest()
+    {
+        volumes.volumes = {{.mountPoint = "/"}};
+        fs::create_directories(first);
+        fs::create_directories(second);
+        writeFile(file, "x");
+        load();
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QCoreApplication::processEvents();
+        center.clearPosts();
+    }
+
+    static QList<QUrl> urls(const std::vector<fs::path> &files)
+    {
+        QList<QUrl> urls;
+        for (const fs::path &each : files)
+            urls.append(QUrl::fromLocalFile(QString::fromStdString(each.native())));
+        return urls;
+    }
+
+    DVTableView &table() { return *pane().foldersTableView(); }
+
+    /// Moves what is dragged over the table and answers what it would do with it.
+    std::optional<Qt::DropAction> dragOver(const QMimeData &data)
+    {
+        QDragEnterEvent enter({10, 10}, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(table().viewport(), &enter);
+        QDragMoveEvent move({12, 12}, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(table().viewport(), &move);
+        EXPECT_EQ(enter.isAccepted(), move.isAccepted());
+        return move.isAccepted() ? std::optional(move.dropAction()) : std::nullopt;
+    }
+
+    bool drop(const QMimeData &data)
+    {
+        QDropEvent event({12, 12}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(table().viewport(), &event);
+        return event.isAccepted();
+    }
+
+    /// What the helper is asked to add, in the order of the requests.
+    std::vector<std::string> asked(const char *key = "foldersToAdd") const
+    {
+        std::vector<std::string> folders;
+        for (const Notification &notification : center.posts()) {
+            const auto found = notification.userInfo.find(key);
+            if (notification.name != "com.dovrane.pellix.folders" || found == notification.userInfo.end())
+                continue;
+            for (const std::string &folder : std::get<std::vector<std::string>>(found->second))
+                folders.push_back(folder);
+        }
+        return folders;
+    }
+    bool waitUntilAsked() const
+    {
+        return waitFor([this] { return !asked().empty(); });
+    }
+
+    OpenPanel *panel() { return qobject_cast<OpenPanel *>(host.attachedSheet(&window)); }
+
+    const fs::path first = PrivateHome::current().home() / "First";
+    const fs::path second = PrivateHome::current().home() / "Second folder";
+    const fs::path file = PrivateHome::current().home() / "file.txt";
+    FakeVolumes volumes;
+    Override<Volumes> installedVolumes{volumes};
+};
+
+} // namespace
+
+// Dropping
+
+TEST_F(TamselPrefFoldersTest, drop_foldersAndFiles_addsTheFoldersAndComesToTheFront)
+{
+    QMimeData data;
+    data.setUrls(urls({second, file, first}));
+    EXPECT_EQ(dragOver(data), Qt::CopyAction);
+    const std::size_t activations = host.activations().size();
+    EXPECT_TRUE(drop(data));
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(second.native(), first.native()));
+    ASSERT_EQ(host.activations().size(), activations + 1);
+    EXPECT_TRUE(host.activations().back());
+}
+
+TEST_F(TamselPrefFoldersTest, drop_onlyFiles_isRefused)
+{
+    QMimeData data;
+    data.setUrls(urls({file, "/nowhere/at/all"}));
+    EXPECT_EQ(dragOver(data), std::nullopt);
+    EXPECT_FALSE(drop(data));
+    QMimeData text;
+    text.setText(QString::fromStdString(first.native()));
+    EXPECT_EQ(dragOver(text), std::nullopt);
+    QMimeData elsewhere;
+    elsewhere.setUrls({QUrl(QStringLiteral("http://example.com/tmp"))});
+    EXPECT_EQ(dragOver(elsewhere), std::nullopt);
+    runFor(30);
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(TamselPrefFoldersTest, drop_whereOnlyMovingIsOffered_isRefused)
+{
+    QMimeData data;
+    data.setUrls(urls({first}));
+    QDragEnterEvent enter({10, 10}, Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(table().viewport(), &enter);
+    EXPECT_FALSE(enter.isAccepted());
+}
+
+TEST_F(TamselPrefFoldersTest, drop_ofTheTableItself_isRefused)
+{
+    QMimeData data;
+    data.setUrls(urls({first}));
+    EXPECT_FALSE(pane().tableViewAcceptDrop(table(), data, &table()));
+    EXPECT_TRUE(pane().tableViewAcceptDrop(table(), data, nullptr));
+}
+
+TEST_F(TamselPrefFoldersTest, foldersInPasteboard_tellsNoFilesFromNoFolders)
+{
+    QMimeData data;
+    EXPECT_EQ(TamselPref::foldersInPasteboard(data), std::nullopt);
+    data.setUrls(urls({file}));
+    EXPECT_THAT(TamselPref::foldersInPasteboard(data), ::testing::Optional(IsEmpty()));
+    fs::create_directory_symlink(first, second / "link");
+    data.setUrls(urls({second / "link", first}));
+    EXPECT_THAT(TamselPref::foldersInPasteboard(data),
+                ::testing::Optional(ElementsAre((second / "link").native(), first.native())));
+}
+
+// Pasting and keys
+
+TEST_F(TamselPrefFoldersTest, paste_ofCopiedFolders_addsThem)
+{
+    auto *const data = new QMimeData;
+    data->setUrls(urls({first, file}));
+    QApplication::clipboard()->setMimeData(data);
+    QTest::keyClick(&table(), Qt::Key_V, Qt::ControlModifier);
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(first.native()));
+}
+
+TEST_F(TamselPrefFoldersTest, paste_withoutAFolder_asksForNothing)
+{
+    QApplication::clipboard()->setText(QStringLiteral("no path"));
+    QTest::keyClick(&table(), Qt::Key_V, Qt::ControlModifier);
+    runFor(30);
+    EXPECT_THAT(center.posts(), IsEmpty());
+}
+
+TEST_F(TamselPrefFoldersTest, insertKey_opensThePanel)
+{
+    QTest::keyClick(&table(), Qt::Key_Insert);
+    EXPECT_NE(panel(), nullptr);
+}
+
+TEST_F(TamselPrefFoldersTest, deleteKeyAndButton_removeWhatIsSelected)
+{
+    const auto database = HistoryFixture::openDatabase(supportFolder() / "history.db");
+    ASSERT_TRUE(database->addFolder(first.native(), {}));
+    ASSERT_TRUE(database->addFolder(second.native(), {}));
+    hear("pellixSavingsChanged");
+    auto *const button = window.findChild<QToolButton *>(QStringLiteral("removeFolderButton"));
+    ASSERT_NE(button, nullptr);
+    EXPECT_FALSE(button->isEnabled());
+    table().setFocus();
+    QTest::keyClick(&table(), Qt::Key_Down);
+    QTest::keyClick(&table(), Qt::Key_Up);
+    EXPECT_TRUE(button->isEnabled());
+    QTest::keyClick(&table(), Qt::Key_Delete);
+    EXPECT_THAT(asked("foldersToRemove"), ElementsAre(first.native()));
+    EXPECT_FALSE(button->isEnabled()) << "nothing is selected any more";
+    table().selectAll();
+    button->click();
+    EXPECT_THAT(asked("foldersToRemove"), ElementsAre(first.native(), first.native(), second.native()));
+}
+
+// Choosing
+
+TEST_F(TamselPrefFoldersTest, addFolder_panel_isASheetThatStartsAtHomeAndShowsFoldersOnly)
+{
+    window.findChild<QToolButton *>(QStringLiteral("addFolderButton"))->click();
+    ASSERT_NE(panel(), nullptr);
+    EXPECT_EQ(panel()->directory().absolutePath().toStdString(), PrivateHome::current().home().native());
+    EXPECT_EQ(panel()->fileMode(), QFileDialog::Directory);
+    EXPECT_TRUE(panel()->testOption(QFileDialog::ShowDirsOnly));
+    EXPECT_FALSE(panel()->testOption(QFileDialog::ReadOnly)) << "folders can be made";
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_severalChosen_addsThem)
+{
+    pane().addFolder();
+    panel()->show();
+    auto *const list = panel()->findChild<QListView *>(QStringLiteral("listView"));
+    ASSERT_TRUE(waitFor([&] { return list->model()->rowCount(list->rootIndex()) >= 2; }));
+    for (int row = 0; row < list->model()->rowCount(list->rootIndex()); ++row) {
+        const QModelIndex index = list->model()->index(row, 0, list->rootIndex());
+        if (index.data().toString() == QStringLiteral("First") || index.data().toString().startsWith(u"Second"))
+            list->selectionModel()->select(index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+    panel()->accept();
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(first.native(), second.native()));
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_cancelled_asksForNothing)
+{
+    pane().addFolder();
+    panel()->reject();
+    EXPECT_EQ(panel(), nullptr);
+    runFor(30);
+    EXPECT_THAT(center.posts(), IsEmpty());
+}
