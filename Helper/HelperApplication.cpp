@@ -159,13 +159,25 @@ void HelperApplication::readExclusions()
         survey();
 }
 
+/// A file counts in the innermost folder around it: the one around that may be removed, and keeps what it has.
+static bool isDeeper(const WatchedFolder &one, const WatchedFolder &other)
+{
+    const auto depth = [](const WatchedFolder &folder) {
+        return std::count(folder.folder.begin(), folder.folder.end(), '/');
+    };
+    return depth(one) > depth(other);
+}
+
 void HelperApplication::survey()
 {
     m_surveyor.readLists(); // what was posted while there was no bus is lost
     m_recorder.write();
+    m_surveyor.setKept(m_folders.kept());
+    std::vector<WatchedFolder> folders = m_folders.enabled();
+    std::stable_sort(folders.begin(), folders.end(), isDeeper);
     std::vector<SurveyJob> jobs;
     m_savings.clear();
-    for (const WatchedFolder &folder : m_folders.enabled()) {
+    for (const WatchedFolder &folder : folders) {
         jobs.push_back({folder.key, folder.folder, folder.alias});
         m_savings[folder.key] = folder.savings;
     }

@@ -42,20 +42,36 @@ bool Surveyor::read(List &list)
     return true;
 }
 
-std::shared_ptr<const Exclusions> Surveyor::current() const
+void Surveyor::setKept(const std::vector<std::string> &folders)
+{
+    auto kept = std::make_shared<const std::set<Path>>(folders.begin(), folders.end());
+    const std::lock_guard lock(m_mutex);
+    m_kept = std::move(kept);
+}
+
+std::shared_ptr<const Exclusions> Surveyor::exclusions() const
 {
     const std::lock_guard lock(m_mutex);
     return m_exclusions;
 }
 
+std::shared_ptr<const std::set<Path>> Surveyor::kept() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_kept;
+}
+
 Result<SurveyResult> Surveyor::survey(const Path &folder, SurveyedFiles &counted, FolderSurvey::Progressed progressed,
                                       std::stop_token stop) const
 {
-    const auto exclusions = current();
+    const auto exclusions = this->exclusions();
+    const auto kept = this->kept();
     FolderSurvey survey(folder, counted);
     survey.setProgressed(std::move(progressed));
     survey.setLeftOut([&](const Path &path) { return exclusions->leavesOut(path); },
-                      [&](const Path &path) { return exclusions->leavesOutAllBelow(path); });
+                      [&](const Path &path) {
+                          return exclusions->leavesOutAllBelow(path) || (path != folder && kept->contains(path));
+                      });
     survey.setFoundDamaged([](const Path &file, const std::string &reason) {
         logLine("Damaged compressed file, not counted: " + file.native() + ": " + reason);
     });

@@ -6,6 +6,9 @@
 
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
+#include <vector>
 
 /// Surveys folders without what the rules and the user's lists exclude. `readLists` on the main thread, the survey on
 /// any.
@@ -17,6 +20,9 @@ public:
     /// Reads both lists anew and answers whether they say something else than before. One that is not there is empty;
     /// one that cannot be read counts as it was, and the log says so once.
     bool readLists();
+
+    /// Folders whose figures are kept: nothing below them counts in a folder around them.
+    void setKept(const std::vector<std::string> &folders);
 
     /// A `FolderSurvey` that logs what is damaged. What is read meanwhile counts from the next on.
     Result<SurveyResult> survey(const Path &folder, SurveyedFiles &counted, FolderSurvey::Progressed progressed,
@@ -31,10 +37,12 @@ private:
     };
 
     static bool read(List &list);
-    std::shared_ptr<const Exclusions> current() const;
+    std::shared_ptr<const Exclusions> exclusions() const;
+    std::shared_ptr<const std::set<Path>> kept() const;
 
     List m_paths;
     List m_extensions;
     mutable std::mutex m_mutex; ///< guards what follows
     std::shared_ptr<const Exclusions> m_exclusions = std::make_shared<const Exclusions>();
+    std::shared_ptr<const std::set<Path>> m_kept = std::make_shared<const std::set<Path>>();
 };

@@ -67,6 +67,16 @@ std::vector<WatchedFolder> WatchedFolders::enabled()
     return records;
 }
 
+std::vector<std::string> WatchedFolders::kept()
+{
+    std::vector<std::string> folders;
+    for (const WatchedFolder &record : all()) {
+        if (!record.isEnabled && record.savings > 0)
+            folders.push_back(record.folder);
+    }
+    return folders;
+}
+
 bool WatchedFolders::add(const std::vector<std::string> &folders)
 {
     bool hasChanged = false;

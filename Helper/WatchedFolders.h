@@ -43,6 +43,9 @@ public:
     /// The enabled records, in the order in which they were added.
     std::vector<WatchedFolder> enabled();
 
+    /// The folders that were taken off the list and keep what they saved.
+    std::vector<std::string> kept();
+
     void setProgress(qint64 key, unsigned status, ByteCount savings);
 
     /// Keeps where a moved folder is now, unless another record has that place.

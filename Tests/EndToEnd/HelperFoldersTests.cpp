@@ -47,6 +47,34 @@ TEST_F(HelperFolders, foldersToAdd_duplicatesAndNestedFolders_countEachFileOnce)
         << ::testing::PrintToString(texts());
 }
 
+TEST_F(HelperFolders, foldersToRemove_oneOfTwoNested_noFileCountsTwice)
+{
+    fs::create_directories(folder / "inner");
+    const std::string outer = std::to_string(makeCompressed(folder / "a", 300000));
+    const std::string inner = std::to_string(makeCompressed(folder / "inner/b", 200000));
+    HelperProcess helper;
+    ASSERT_TRUE(helper.waitUntilFound());
+    addFolders({folder, folder / "inner"});
+    ASSERT_TRUE(untilTexts({"watched on 100 " + outer, "inner on 100 " + inner}));
+    const auto isSurveyedAfter = [&](const std::string &line, const Path &surveyed) {
+        const auto isSurveyed = [&] {
+            const std::string log = helper.log();
+            return log.find("Surveyed " + surveyed.native() + ':', log.rfind(line)) != std::string::npos;
+        };
+        return helper.waitForLog(line + '\n') && waitFor(isSurveyed, 60000);
+    };
+    const Path nested = folder / "inner";
+    removeFolders({nested});
+    ASSERT_TRUE(isSurveyedAfter("No longer watching " + nested.native(), folder));
+    EXPECT_TRUE(untilTexts({"watched on 100 " + outer, "inner off 100 " + inner}));
+    addFolders({nested});
+    ASSERT_TRUE(isSurveyedAfter("Watching " + nested.native(), folder)); // the outer one comes last
+    EXPECT_TRUE(untilTexts({"watched on 100 " + outer, "inner on 100 " + inner}));
+    removeFolders({folder});
+    ASSERT_TRUE(isSurveyedAfter("No longer watching " + folder.native(), nested));
+    EXPECT_TRUE(untilTexts({"watched off 100 " + outer, "inner on 100 " + inner}));
+}
+
 TEST_F(HelperFolders, foldersToRemove_watched_isDisabledAndKeepsItsSavings)
 {
     const std::string savings = std::to_string(makeCompressed(folder / "a", 300000));
