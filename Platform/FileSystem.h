@@ -11,6 +11,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// One file, whatever it is called.
@@ -152,6 +153,17 @@ public:
 
     /// Makes an empty file (0600) whose name is that of `prefix` and six characters more.
     virtual Result<UniqueFile> makeUniqueFile(const Path &prefix) = 0;
+
+    /// Whether a file of that name can only be one in the making, which is renamed before anybody is to read it.
+    virtual bool isNameInTheMaking(std::string_view name) const = 0;
+
+    /// Removes what a process that is gone has left at `path`, a scratch file or one with a name as above, and its
+    /// companion. Anything but a regular file of this user with one name that nobody holds is left alone.
+    virtual void removeAbandoned(const Path &path) = 0;
+
+    /// Removes what processes that are gone have left of making the file at `path` or what keeps its fork. The file
+    /// itself stays.
+    virtual void removeAbandonedPartsOf(const Path &path) = 0;
 
     /// The whole data fork of a regular file. Errors: NotFound, Permission, TooLarge (over `limit`), NotSupported (a
     /// directory, a pipe, a device), Io.

@@ -57,6 +57,17 @@ static std::optional<LeftAlone> reasonToLeaveAlone(const Path &path, const FileS
     return std::nullopt;
 }
 
+/// A process that was killed may have left it among the files that are expanded now.
+static void removeIfAbandoned(const Path &path, const FileStatus &status)
+{
+    FileSystem &files = FileSystem::current();
+    const std::string &name = path.native();
+    const std::size_t slash = name.rfind('/');
+    const std::string_view last = std::string_view(name).substr(slash == std::string::npos ? 0 : slash + 1);
+    if (status.type == FileType::Regular && files.isNameInTheMaking(last))
+        files.removeAbandoned(path);
+}
+
 std::uint32_t PXPathUncompressor::expandFile(const char *path)
 {
     const Result<FileStatus> status = FileSystem::current().status(path);
@@ -67,6 +78,7 @@ std::uint32_t PXPathUncompressor::expandFile(const Path &path, const FileStatus 
 {
     if (status.type == FileType::Directory || m_stop.stop_requested())
         return 0;
+    removeIfAbandoned(path, status);
     if (const std::optional<LeftAlone> reason = reasonToLeaveAlone(path, status)) {
         if (m_observer)
             m_observer->fileLeftAlone(path, *reason);

@@ -2,6 +2,7 @@
 
 #include "Classes/Shared/CompressedFileInspection.h"
 #include "Classes/Shared/HFSCompression.h"
+#include "Classes/Shared/TemporaryFiles.h"
 
 bool CompressedFileRepair::isCandidate(const Path &path, const FileStatus &status)
 {
@@ -22,6 +23,8 @@ Result<bool> CompressedFileRepair::repair(const Path &path)
     const Result<std::unique_ptr<FileLock>> lock = files.lockFile(path);
     if (!lock)
         return lock.failure();
+    files.removeAbandoned(getTemporaryFileNameBasedOnExistingPath(path));
+    files.removeAbandonedPartsOf(path);
     const Result<CompressedFileInspection> found = CompressedFileInspection::inspect(path);
     if (!found)
         return found.failure();

@@ -77,9 +77,11 @@ void Expansion::examine()
 bool Expansion::clearFlag()
 {
     const bool wasCompressed = HFSCompression::isFileUFCompressed(m_request.source);
-    if (!wasCompressed && !m_request.doIgnoreFlag)
+    if (!wasCompressed && !m_request.doIgnoreFlag) {
+        removeAbandoned();
         return failWithError(Outcome::NotCompressed, kNotCompressed,
                              "Source file is not compressed at " + m_request.destination.native());
+    }
     if (!checkNothingIsLost())
         return false;
     if (!wasCompressed)
@@ -90,6 +92,16 @@ bool Expansion::clearFlag()
     }
     m_outcome.isFlagLeftCleared = true; // until it is set again
     return true;
+}
+
+/// What an expansion that was killed has left, which no other will meet: the next one ends here, because the file is
+/// expanded already or its flag is still cleared.
+void Expansion::removeAbandoned()
+{
+    if (!m_destination || m_destination->type != FileType::Regular)
+        return;
+    m_files.removeAbandoned(getTemporaryFileNameBasedOnExistingPath(m_request.destination));
+    m_files.removeAbandonedPartsOf(m_request.destination);
 }
 
 /// What has to hold before anything is changed.

@@ -39,6 +39,7 @@ private:
     bool checkNothingIsLost();
     bool checkContent();
     bool clearFlag();
+    void removeAbandoned();
     bool openFork();
     bool openOutput();
     bool inflateBlocks();

@@ -57,6 +57,9 @@ public:
     Result<std::unique_ptr<OutputFile>> openScratchFile(const Path &path, std::uint32_t mode) override;
     Result<std::unique_ptr<OutputFile>> openNewFile(const Path &path, std::uint32_t mode) override;
     Result<UniqueFile> makeUniqueFile(const Path &prefix) override;
+    bool isNameInTheMaking(std::string_view name) const override;
+    void removeAbandoned(const Path &path) override;
+    void removeAbandonedPartsOf(const Path &path) override;
     Result<Bytes> readFile(const Path &path, ByteCount limit) const override;
     Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode) override;
     Result<void> createFile(const Path &path, ByteView content, std::uint32_t mode) override;
@@ -81,6 +84,8 @@ private:
     /// The node, or the failure that the schedule or its absence asks for.
     Result<NodePointer> reach(const Path &path, Links links) const;
     Result<std::unique_ptr<OutputFile>> openOutput(const Path &path, std::uint32_t mode, bool isScratch);
+    /// Whether nobody has the file any more that was made here.
+    bool isAbandoned(const NodePointer &node) const;
     /// What keeps a new entry from being made at `path`.
     Result<void> checkPlace(const Path &path) const;
 

@@ -152,6 +152,12 @@ Result<std::unique_ptr<OutputFile>> FakeFileSystem::openNewFile(const Path &path
     return openOutput(path, mode & 0777, false);
 }
 
+bool FakeFileSystem::isAbandoned(const NodePointer &node) const
+{
+    return !m_locked.contains(node) && node->status.type == FileType::Regular && node->status.owner == 0 &&
+           node->status.linkCount == 1;
+}
+
 Result<std::unique_ptr<OutputFile>> FakeFileSystem::openOutput(const Path &path, std::uint32_t mode, bool isScratch)
 {
     const std::lock_guard lock(m_mutex);
@@ -160,9 +166,7 @@ Result<std::unique_ptr<OutputFile>> FakeFileSystem::openOutput(const Path &path,
     const NodePointer found = isScratch ? find(path, Links::NotFollow) : nullptr;
     if (found && m_locked.contains(found))
         return Failure::fromErrno(EWOULDBLOCK, "fake", path);
-    const bool isAbandoned =
-        found && found->status.type == FileType::Regular && found->status.owner == 0 && found->status.linkCount == 1;
-    if (isAbandoned)
+    if (found && isAbandoned(found))
         m_nodes.erase(path);
     if (const Result<void> place = checkPlace(path); !place)
         return place.failure();
@@ -170,6 +174,21 @@ Result<std::unique_ptr<OutputFile>> FakeFileSystem::openOutput(const Path &path,
     made->status.mode = mode;
     return std::unique_ptr<OutputFile>(std::make_unique<Output>(*this, path, made, isScratch));
 }
+
+bool FakeFileSystem::isNameInTheMaking(std::string_view name) const
+{
+    return name.starts_with(".in-the-making-");
+}
+
+void FakeFileSystem::removeAbandoned(const Path &path)
+{
+    const std::lock_guard lock(m_mutex);
+    const NodePointer found = find(path, Links::NotFollow);
+    if (found && isAbandoned(found))
+        m_nodes.erase(path);
+}
+
+void FakeFileSystem::removeAbandonedPartsOf(const Path &) {} // nothing is ever left: a call is done whole or not at all
 
 Result<UniqueFile> FakeFileSystem::makeUniqueFile(const Path &prefix)
 {

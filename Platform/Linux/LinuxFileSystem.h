@@ -30,6 +30,9 @@ public:
     Result<std::unique_ptr<OutputFile>> openNewFile(const Path &path, std::uint32_t mode) override;
     Result<UniqueFile> makeUniqueFile(const Path &prefix) override;
 
+    bool isNameInTheMaking(std::string_view name) const override;
+    void removeAbandoned(const Path &path) override;
+    void removeAbandonedPartsOf(const Path &path) override;
     Result<Bytes> readFile(const Path &path, ByteCount limit) const override;
     Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode) override;
     Result<void> createFile(const Path &path, ByteView content, std::uint32_t mode) override;

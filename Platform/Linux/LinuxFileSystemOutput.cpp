@@ -1,7 +1,9 @@
+#include "Platform/Linux/Companion.h"
 #include "Platform/Linux/DescriptorLock.h"
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/LinuxFileSystem.h"
 #include "Platform/Linux/LinuxOutputFile.h"
+#include "Platform/Linux/NewFile.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -35,4 +37,20 @@ Result<UniqueFile> LinuxFileSystem::makeUniqueFile(const Path &prefix)
     if (descriptor < 0)
         return Failure::fromErrno(errno, "mkostemp", prefix);
     return UniqueFile{name, descriptor};
+}
+
+bool LinuxFileSystem::isNameInTheMaking(std::string_view name) const
+{
+    return NewFile::isName(name);
+}
+
+void LinuxFileSystem::removeAbandoned(const Path &path)
+{
+    LinuxOutputFile::removeAbandoned(path);
+}
+
+void LinuxFileSystem::removeAbandonedPartsOf(const Path &path)
+{
+    NewFile::removeAbandoned(path);
+    NewFile::removeAbandoned(Companion::pathOf(path));
 }

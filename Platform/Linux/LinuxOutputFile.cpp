@@ -1,9 +1,11 @@
 #include "Platform/Linux/LinuxOutputFile.h"
 
+#include "Platform/Linux/AbandonedFile.h"
 #include "Platform/Linux/Companion.h"
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/FileLikeness.h"
 #include "Platform/Linux/FlagNumber.h"
+#include "Platform/Linux/NewFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -20,12 +22,6 @@ static Result<Descriptor> openFolder(const Path &path)
 static bool isSameFile(const struct stat &one, const struct stat &other)
 {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/// Whether it can only have been left by a process of this user that makes scratch files.
-static bool isAbandoned(const struct stat &status)
-{
-    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
 }
 
 static Failure changed(const Path &path)
@@ -75,36 +71,23 @@ Result<std::unique_ptr<OutputFile>> LinuxOutputFile::makeNew(const Path &path, s
     return std::unique_ptr<OutputFile>(std::move(file));
 }
 
-/// The lock tells whether its maker is still there; the name, whether that one has let it go meanwhile.
 Result<void> LinuxOutputFile::removeAbandoned() const
 {
-    const Path name = m_path.filename();
-    struct stat status = {};
-    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        const int failure = errno;
-        if (failure == ENOENT)
-            return {};
-        return Failure::fromErrno(failure, "fstatat", m_path);
+    const Result<bool> removed = AbandonedFile::remove(m_folder.get(), m_path.filename(), m_path);
+    if (!removed)
+        return removed.failure();
+    if (*removed) {
+        removeCompanion();
+        NewFile::removeAbandoned(m_folder.get(), Companion::pathOf(m_path));
     }
-    if (!isAbandoned(status))
-        return Failure::fromErrno(EEXIST, "scratch file", m_path);
-    constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-    const Descriptor found(::openat(m_folder.get(), name.c_str(), kFlags));
-    if (!found)
-        return Failure::fromErrno(errno, "openat", m_path);
-    if (::flock(found.get(), LOCK_EX | LOCK_NB) != 0)
-        return Failure::fromErrno(errno, "flock", m_path);
-    struct stat opened = {};
-    if (::fstat(found.get(), &opened) != 0)
-        return Failure::fromErrno(errno, "fstat", m_path);
-    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return Failure::fromErrno(errno, "fstatat", m_path);
-    if (!isSameFile(opened, status) || !isAbandoned(opened))
-        return changed(m_path);
-    if (::unlinkat(m_folder.get(), name.c_str(), 0) != 0)
-        return Failure::fromErrno(errno, "unlinkat", m_path);
-    removeCompanion();
     return {};
+}
+
+void LinuxOutputFile::removeAbandoned(const Path &path)
+{
+    Result<Descriptor> folder = openFolder(path);
+    if (folder)
+        (void)LinuxOutputFile(std::move(*folder), path).removeAbandoned();
 }
 
 Result<void> LinuxOutputFile::make(mode_t mode)
@@ -120,11 +103,8 @@ Result<void> LinuxOutputFile::make(mode_t mode)
         std::swap(m_file, m_lock); // by which the destructor knows the file
         return Failure::fromErrno(failure, "fcntl", m_path);
     }
-    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
-        const int failure = errno;
-        m_isNamed = failure != EWOULDBLOCK; // whoever took it for abandoned has it now
-        return Failure::fromErrno(failure, "flock", m_path);
-    }
+    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) // somebody takes it for abandoned
+        return Failure::fromErrno(errno, "flock", m_path);
     return checkName();
 }
 
@@ -247,8 +227,6 @@ Result<void> LinuxOutputFile::handOverAttributes(const Path &destination) const
 
 void LinuxOutputFile::removeCompanion() const
 {
-    struct stat status = {};
-    const Path name = Companion::pathOf(m_path).filename();
-    if (::fstatat(m_folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && isAbandoned(status))
-        ::unlinkat(m_folder.get(), name.c_str(), 0);
+    const Path companion = Companion::pathOf(m_path);
+    (void)AbandonedFile::remove(m_folder.get(), companion.filename(), companion);
 }

@@ -13,6 +13,9 @@ public:
     static Result<std::unique_ptr<OutputFile>> makeScratch(const Path &path, std::uint32_t mode);
     static Result<std::unique_ptr<OutputFile>> makeNew(const Path &path, std::uint32_t mode);
 
+    /// Removes a scratch file that a process which is gone has left, with its companion.
+    static void removeAbandoned(const Path &path);
+
     LinuxOutputFile(Descriptor folder, Path path);
     ~LinuxOutputFile() override;
     LinuxOutputFile(const LinuxOutputFile &) = delete;

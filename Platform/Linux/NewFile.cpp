@@ -1,10 +1,12 @@
 #include "Platform/Linux/NewFile.h"
 
+#include "Platform/Linux/AbandonedFile.h"
 #include "Platform/Linux/FileCalls.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 
@@ -13,15 +15,32 @@ static Path folderOf(const Path &path)
     return path.has_parent_path() ? path.parent_path() : Path(".");
 }
 
+static constexpr char kStart[] = ".tamsel-", kEnd[] = ".new";
+static constexpr int kDigits = 16;
+static constexpr int kOwnNames = 4; // of a destination; as many processes can make it at once
+
+static std::string nameOf(std::uint64_t number)
+{
+    char name[40] = {};
+    std::snprintf(name, sizeof name, "%s%0*llx%s", kStart, kDigits, static_cast<unsigned long long>(number), kEnd);
+    return name;
+}
+
+/// The destination's name itself may fill the 255 bytes already; this is its FNV-1a of 64 bits.
+static std::string ownName(const Path &destination, int which)
+{
+    std::uint64_t number = 14695981039346656037u;
+    for (const char byte : destination.filename().native())
+        number = (number ^ std::uint8_t(byte)) * 1099511628211u;
+    return nameOf(number + std::uint64_t(which));
+}
+
 static std::string randomName()
 {
-    // Not derived from the destination's name, which may fill the 255 bytes already.
     std::uint64_t number = 0;
     if (::getrandom(&number, sizeof number, 0) != ssize_t(sizeof number))
         number = std::uint64_t(::getpid());
-    char name[40] = {};
-    std::snprintf(name, sizeof name, ".tamsel-%016llx.new", static_cast<unsigned long long>(number));
-    return name;
+    return nameOf(number);
 }
 
 NewFile::NewFile(Descriptor folder, Path destination)
@@ -33,6 +52,7 @@ NewFile::NewFile(Descriptor folder, Path destination)
 NewFile::NewFile(NewFile &&other) noexcept
     : m_folder(std::move(other.m_folder))
     , m_file(std::move(other.m_file))
+    , m_lock(std::move(other.m_lock))
     , m_destination(std::move(other.m_destination))
     , m_name(std::exchange(other.m_name, Path()))
 {
@@ -59,19 +79,59 @@ Result<NewFile> NewFile::beside(const Path &destination, mode_t mode)
 Result<void> NewFile::open(mode_t mode)
 {
     constexpr int kAttempts = 16;
-    for (int attempt = 1;; ++attempt) {
-        const Path name = randomName();
+    removeAbandoned(m_folder.get(), m_destination);
+    for (int attempt = 0;; ++attempt) {
+        const Path name = attempt < kOwnNames ? ownName(m_destination, attempt) : randomName();
         const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
         Descriptor file(::openat(m_folder.get(), name.c_str(), flags, mode));
-        const int failure = errno;
+        const int failure = file ? EEXIST : errno;
         if (file) {
             m_file = std::move(file);
             m_name = name;
-            return {};
+            if (lock())
+                return {};
+            if (const Path left = std::exchange(m_name, Path()); !left.empty())
+                ::unlinkat(m_folder.get(), left.c_str(), 0);
         }
-        if (failure != EEXIST || attempt == kAttempts)
+        if (failure != EEXIST || attempt + 1 == kAttempts)
             return Failure::fromErrno(failure, "openat", m_destination);
     }
+}
+
+/// Whether the new file is locked, or need not be: where there are no locks nobody can take it for abandoned. Between
+/// its making and its locking another process can, and the name may be a third one's by now.
+bool NewFile::lock()
+{
+    m_lock = Descriptor(::fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
+    const int descriptor = m_lock ? m_lock.get() : m_file.get();
+    const bool isTaken = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    struct stat own = {}, named = {};
+    const bool isNamed = ::fstat(descriptor, &own) == 0 &&
+                         ::fstatat(m_folder.get(), m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+                         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+    if (!isNamed)
+        m_name.clear();
+    return isNamed && !isTaken;
+}
+
+void NewFile::removeAbandoned(int folder, const Path &destination)
+{
+    for (int which = 0; which < kOwnNames; ++which)
+        (void)AbandonedFile::remove(folder, ownName(destination, which), destination);
+}
+
+void NewFile::removeAbandoned(const Path &destination)
+{
+    const Descriptor folder(::open(folderOf(destination).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder)
+        removeAbandoned(folder.get(), destination);
+}
+
+bool NewFile::isName(std::string_view name)
+{
+    const std::string_view start = kStart, end = kEnd;
+    return name.size() == start.size() + kDigits + end.size() && name.starts_with(start) && name.ends_with(end) &&
+           name.find_first_not_of("0123456789abcdef", start.size()) == start.size() + kDigits;
 }
 
 Result<void> NewFile::write(ByteView content)
@@ -96,6 +156,13 @@ Result<void> NewFile::syncFolder()
     return {};
 }
 
+/// Nobody who finds the file in its place is to find it locked.
+void NewFile::leaveName()
+{
+    m_name.clear();
+    m_lock = Descriptor();
+}
+
 Result<void> NewFile::replace()
 {
     if (Result<void> synced = sync(); !synced)
@@ -103,7 +170,7 @@ Result<void> NewFile::replace()
     const Path name = m_destination.filename();
     if (::renameat(m_folder.get(), m_name.c_str(), m_folder.get(), name.c_str()) != 0)
         return Failure::fromErrno(errno, "renameat", m_destination);
-    m_name.clear();
+    leaveName();
     return syncFolder();
 }
 
@@ -117,7 +184,7 @@ Result<void> NewFile::appear()
     const Path name = m_destination.filename();
     if (Result<void> moved = FileCalls::moveWithoutReplacing(m_folder.get(), m_name, name); !moved)
         return moved;
-    m_name.clear();
+    leaveName();
     Result<void> synced = syncFolder();
     struct stat now = {};
     if (!synced && ::fstatat(m_folder.get(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&

@@ -107,6 +107,19 @@ TYPED_TEST(OutputFileContract, scratchFile_whereAFolderOrPipeLies_isRefused)
     EXPECT_THAT(this->names(), ElementsAre("folder", "pipe"));
 }
 
+TYPED_TEST(OutputFileContract, removeAbandoned_takesWhatNobodyHoldsAndNothingElse)
+{
+    const auto held = this->scratch();
+    this->create("precious", "content");
+    this->create("left", "left by somebody who is gone");
+    this->m_world.addLink(this->at("link"), this->at("precious"));
+    this->create("named-twice", "content");
+    this->m_world.addName(this->at("other-name"), this->at("named-twice"));
+    for (const char *name : {"scratch", "left", "link", "named-twice", "other-name", "missing"})
+        this->m_files.removeAbandoned(this->at(name));
+    EXPECT_THAT(this->names(), ElementsAre("link", "named-twice", "other-name", "precious", "scratch"));
+}
+
 TYPED_TEST(OutputFileContract, scratchFile_replacesWithModeAndTimeOfTheOld)
 {
     this->create("file", "old");

@@ -162,6 +162,18 @@ TEST_F(PXPathUncompressorTest, fileThatCannotBeExpanded_getsItsMessagesAllTheSam
     EXPECT_EQ(m_listener.messages.size(), 5u);
 }
 
+TEST_F(PXPathUncompressorTest, fileInTheMakingThatNobodyHolds_isTakenAwayWithoutAMessage)
+{
+    const std::string name = "folder/.tamsel-0123456789abcdef.new";
+    make("folder/file");
+    std::ofstream(m_folder / name) << std::string(5000, 'x');
+    std::ofstream(m_folder / (name + "er")) << std::string(5000, 'x');
+    run(m_folder);
+    EXPECT_THAT(m_listener.messages, ElementsAre("will file", "did file", "finished dropped"));
+    EXPECT_FALSE(std::filesystem::exists(m_folder / name));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / (name + "er"))) << "not a name of that form";
+}
+
 TEST_F(PXPathUncompressorTest, missingPath_isFinishedAtOnce)
 {
     run(m_folder / "none");

@@ -1,5 +1,6 @@
 #include "Tests/Classes/Shared/ExpansionFixture.h"
 
+#include "Platform/Linux/NewFile.h"
 #include "Tests/Support/FileHolder.h"
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using ::testing::UnorderedElementsAre;
 
 using DVHFSUncompressorTest = ExpansionFixture;
@@ -520,10 +522,36 @@ TEST_F(DVHFSUncompressorTest, scratchFileOfACrash_isTakenAway)
     }
     std::filesystem::remove(m_file);
     CompressedSample::make(m_file, m_content);
-    write(*UserFolders::current().temporary() / scratch, bytesOf("half of something"));
+    write(temporaryFolder() / scratch, bytesOf("half of something"));
     EXPECT_TRUE(expand());
     EXPECT_EQ(contentOf(m_file), m_content);
     EXPECT_THAT(scratchFiles(), IsEmpty());
+}
+
+TEST_F(DVHFSUncompressorTest, whatAKilledExpansionLeft_isTakenAwayByTheNextThoughNothingIsToBeExpanded)
+{
+    CompressedSample::make(m_file, m_content);
+    std::string scratch;
+    MomentBeforeRename moment([&] { scratch = scratchFiles().at(0); });
+    {
+        const Override<FileLeases> override(moment);
+        ASSERT_TRUE(expand());
+    }
+    FileHolder killed([&] {
+        static const auto s_output = FileSystem::current().openScratchFile(temporaryFolder() / scratch, 0600);
+        static const Result<NewFile> s_companion = NewFile::beside(companionOf(m_file), 0600);
+        return s_output && s_companion;
+    });
+    ASSERT_TRUE(killed.isHolding());
+    EXPECT_FALSE(expand());
+    EXPECT_THAT(scratchFiles(), SizeIs(1)) << "its maker lives";
+    EXPECT_THAT(names(m_folder), SizeIs(2));
+    killed.release();
+    EXPECT_FALSE(expand());
+    EXPECT_EQ(m_error.code, 705);
+    EXPECT_THAT(scratchFiles(), IsEmpty());
+    EXPECT_THAT(names(m_folder), ElementsAre("file"));
+    EXPECT_EQ(contentOf(m_file), m_content);
 }
 
 TEST_F(DVHFSUncompressorTest, linkPlantedAsScratchFile_isNotFollowed)
@@ -537,7 +565,7 @@ TEST_F(DVHFSUncompressorTest, linkPlantedAsScratchFile_isNotFollowed)
         const Override<FileLeases> override(moment);
         ASSERT_FALSE(expand());
     }
-    const Path planted = *UserFolders::current().temporary() / scratch;
+    const Path planted = temporaryFolder() / scratch;
     std::filesystem::create_symlink(precious, planted);
     EXPECT_FALSE(expand());
     EXPECT_EQ(m_outcome.result, Outcome::OutputRefused);

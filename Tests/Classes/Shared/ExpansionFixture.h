@@ -52,8 +52,9 @@ protected:
         companion.insert(companion.end(), fork.begin(), fork.end());
         write(companionOf(m_file), companion);
     }
-    /// The names in the temporary folder.
-    static std::vector<std::string> scratchFiles() { return names(*UserFolders::current().temporary()); }
+    static Path temporaryFolder() { return *UserFolders::current().temporary(); }
+    /// The names in it.
+    static std::vector<std::string> scratchFiles() { return names(temporaryFolder()); }
 
     bool expand(bool doIgnoreFlag = false) { return expand(m_file, doIgnoreFlag); }
     bool expand(const Path &path, bool doIgnoreFlag = false)
