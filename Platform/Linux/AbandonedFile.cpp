@@ -44,3 +44,16 @@ Result<bool> AbandonedFile::remove(int folder, const Path &name, const Path &pat
         return Failure::fromErrno(errno, "unlinkat", path);
     return true;
 }
+
+Result<void> AbandonedFile::lockNew(int descriptor, const Path &path)
+{
+    constexpr int kAttempts = 100;
+    constexpr useconds_t kMoment = 1000; // microseconds
+    for (int attempt = 1; ::flock(descriptor, LOCK_EX | LOCK_NB) != 0; ++attempt) {
+        const int failure = errno;
+        if (failure != EWOULDBLOCK || attempt == kAttempts)
+            return Failure::fromErrno(failure, "flock", path);
+        ::usleep(kMoment);
+    }
+    return {};
+}

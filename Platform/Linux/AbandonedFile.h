@@ -17,4 +17,9 @@ bool isLikely(const struct stat &status);
 /// failure. Errors: Exists when something else is there, Busy when its maker is, Permission, Io; it is untouched then.
 Result<bool> remove(int folder, const Path &name, const Path &path);
 
+/// Locks a file that was just made, until its last descriptor is closed. Whoever has taken it for abandoned meanwhile
+/// holds it for a moment only, and the name is gone after that. Errors: Busy, and then the name is that one's to
+/// remove; those of `flock`.
+Result<void> lockNew(int descriptor, const Path &path);
+
 } // namespace AbandonedFile

@@ -8,7 +8,6 @@
 #include "Platform/Linux/NewFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 static Result<Descriptor> openFolder(const Path &path)
 {
@@ -103,8 +102,10 @@ Result<void> LinuxOutputFile::make(mode_t mode)
         std::swap(m_file, m_lock); // by which the destructor knows the file
         return Failure::fromErrno(failure, "fcntl", m_path);
     }
-    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) // somebody takes it for abandoned
-        return Failure::fromErrno(errno, "flock", m_path);
+    if (Result<void> locked = AbandonedFile::lockNew(m_lock.get(), m_path); !locked) {
+        m_isNamed = locked.failure().code != ErrorCode::Busy;
+        return locked;
+    }
     return checkName();
 }
 

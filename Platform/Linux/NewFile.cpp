@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 
@@ -90,8 +89,10 @@ Result<void> NewFile::open(mode_t mode)
             m_name = name;
             if (lock())
                 return {};
-            if (const Path left = std::exchange(m_name, Path()); !left.empty())
-                ::unlinkat(m_folder.get(), left.c_str(), 0);
+            m_name.clear();
+            m_file = Descriptor();
+            m_lock = Descriptor();
+            (void)AbandonedFile::remove(m_folder.get(), name, m_destination); // if it is this one still
         }
         if (failure != EEXIST || attempt + 1 == kAttempts)
             return Failure::fromErrno(failure, "openat", m_destination);
@@ -104,14 +105,11 @@ bool NewFile::lock()
 {
     m_lock = Descriptor(::fcntl(m_file.get(), F_DUPFD_CLOEXEC, 0));
     const int descriptor = m_lock ? m_lock.get() : m_file.get();
-    const bool isTaken = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    const Result<void> locked = AbandonedFile::lockNew(descriptor, m_destination);
     struct stat own = {}, named = {};
-    const bool isNamed = ::fstat(descriptor, &own) == 0 &&
-                         ::fstatat(m_folder.get(), m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-                         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
-    if (!isNamed)
-        m_name.clear();
-    return isNamed && !isTaken;
+    return (locked || locked.failure().code != ErrorCode::Busy) && ::fstat(descriptor, &own) == 0 &&
+           ::fstatat(m_folder.get(), m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && own.st_dev == named.st_dev &&
+           own.st_ino == named.st_ino;
 }
 
 void NewFile::removeAbandoned(int folder, const Path &destination)
