@@ -70,7 +70,8 @@ void HelperApplication::start()
         }
         readSettings(); // what was posted before is lost
     });
-    m_folders.open();
+    if (m_folders.clearRefusals())
+        m_recorder.noteChange();
     readSettings();
     m_nextSurvey.start();
 }
@@ -127,7 +128,7 @@ void HelperApplication::changeFolders(const Notification &notification)
 {
     const std::vector<std::string> added = listOf(notification, "foldersToAdd");
     const bool hasRemoved = m_folders.remove(listOf(notification, "foldersToRemove"));
-    const bool hasAdded = m_folders.add(added);
+    const bool hasAdded = notification.userInfo.contains("foldersToAdd") && m_folders.add(added);
     if (hasAdded || hasRemoved)
         m_recorder.noteChange();
     // A folder that is added again is looked at again.

@@ -153,6 +153,32 @@ Result<void> HistoryDatabase::setProgress(qint64 key, unsigned status, ByteCount
     });
 }
 
+Result<bool> HistoryDatabase::setRefusals(const std::vector<FolderRefusal> &refusals)
+{
+    const Result<std::vector<FolderRefusal>> before = HistoryQuery::refusals(*m_connection);
+    if (!before)
+        return before.failure();
+    if (*before == refusals)
+        return false;
+    const std::string table = quoted(FolderRefusal::kTable);
+    const std::string columns = quoted(FolderRefusal::kFolder) + " TEXT, " + quoted(FolderRefusal::kReason) + " TEXT";
+    const Result<void> changed = change([&] {
+        Result<void> done = execute("CREATE TABLE IF NOT EXISTS " + table + " (" + columns + ")");
+        if (done)
+            done = execute("DELETE FROM " + table);
+        for (const FolderRefusal &refusal : refusals) {
+            if (done)
+                done = execute("INSERT INTO " + table + " VALUES (" + SqliteConnection::kText + ", ?)",
+                               {m_connection->textValue(refusal.folder),
+                                QString::fromLatin1(FolderRefusal::nameOf(refusal.reason))});
+        }
+        return done;
+    });
+    if (!changed)
+        return changed.failure();
+    return true;
+}
+
 Result<void> HistoryDatabase::setLocation(qint64 key, const std::string &folder, ByteView alias)
 {
     return change([&] {

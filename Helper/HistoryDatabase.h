@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/PrefPane/FolderRefusal.h"
 #include "Classes/PrefPane/HistoryModel.h"
 #include "Classes/PrefPane/HistoryRecord.h"
 #include "Classes/PrefPane/SqliteConnection.h"
@@ -36,6 +37,9 @@ public:
 
     /// Keeps what a survey found. Nothing happens when the record is gone.
     Result<void> setProgress(qint64 key, unsigned status, ByteCount savings);
+
+    /// Keeps which folders were not taken, in place of those before. Answers whether they are others.
+    Result<bool> setRefusals(const std::vector<FolderRefusal> &refusals);
 
     /// Keeps where a moved folder is now.
     Result<void> setLocation(qint64 key, const std::string &folder, ByteView alias);

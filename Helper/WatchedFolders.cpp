@@ -1,11 +1,16 @@
 #include "Helper/WatchedFolders.h"
 
 #include "Classes/Shared/Log.h"
+#include "Helper/FolderRules.h"
 #include "Platform/AliasManager.h"
 #include "Platform/FileSystem.h"
 
 #include <algorithm>
 #include <system_error>
+
+// Any process of the user may ask for anything.
+static constexpr std::size_t kMostRefusals = 100;
+static constexpr std::size_t kLongestPath = 4096;
 
 /// Logs why something could not be done.
 template <class T>
@@ -80,14 +85,25 @@ std::vector<std::string> WatchedFolders::kept()
 bool WatchedFolders::add(const std::vector<std::string> &folders)
 {
     bool hasChanged = false;
+    std::vector<FolderRefusal> refusals;
+    const FolderRules rules(m_files.store.parent_path());
     for (const std::string &folder : folders) {
-        std::error_code ignored;
-        if (!Path(folder).is_absolute() || !std::filesystem::is_directory(folder, ignored))
-            logLine("Not added, no folder: " + folder);
-        else if (open())
+        if (const auto reason = rules.reasonAgainst(folder)) {
+            logLine("Not added (" + std::string(FolderRefusal::nameOf(*reason)) + "): " + folder);
+            if (refusals.size() < kMostRefusals && folder.size() < kLongestPath)
+                refusals.push_back({folder, *reason});
+        } else if (open()) {
             hasChanged |= addOne(realPath(folder));
+        }
     }
-    return hasChanged;
+    const bool isTold = open() && setRefusals(refusals);
+    return hasChanged || isTold;
+}
+
+bool WatchedFolders::setRefusals(const std::vector<FolderRefusal> &refusals)
+{
+    const auto changed = m_database->setRefusals(refusals);
+    return isDone(changed, "Refusals were not recorded") && *changed;
 }
 
 bool WatchedFolders::addOne(const Path &folder)

@@ -32,9 +32,13 @@ public:
     /// Lets the store go; the next use opens it again.
     void close() { m_database.reset(); }
 
-    /// Takes each folder on the list: an absolute path of a directory. One that is on it already, under whatever path,
-    /// stays as it is; one that was taken off is enabled again with its savings. Answers whether anything changed.
+    /// Takes each folder on the list, unless the rules speak against it; those are kept as refused, in place of the
+    /// refusals before. One that is on the list already, under whatever path, stays as it is; one that was taken off is
+    /// enabled again with its savings. Answers whether anything changed, refusals included.
     bool add(const std::vector<std::string> &folders);
+
+    /// Forgets what was refused. Answers whether there was anything.
+    bool clearRefusals() { return open() && setRefusals({}); }
 
     /// Takes each folder off the list, whether named as recorded or as found now; savings stay. Answers whether
     /// anything changed.
@@ -53,6 +57,7 @@ public:
 
 private:
     std::vector<WatchedFolder> all();
+    bool setRefusals(const std::vector<FolderRefusal> &refusals);
     bool addOne(const Path &folder);
     void keepMoved(const WatchedFolder &record, const Path &place);
     bool removeOne(const std::string &folder);

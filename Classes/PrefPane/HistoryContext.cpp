@@ -24,6 +24,13 @@ ByteCount HistoryContext::sumOfSavings(const HistoryPredicate *predicate)
     return answerOf(m_store.sumOfSavings(predicate));
 }
 
+std::vector<FolderRefusal> HistoryContext::refusals()
+{
+    if (m_isStoreLocked)
+        return {};
+    return answerOf(m_store.refusals());
+}
+
 /// The helper may announce savings four times a second; one failure is one line.
 template <class T>
 T HistoryContext::answerOf(Result<T> result)

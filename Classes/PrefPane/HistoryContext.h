@@ -32,6 +32,9 @@ public:
     /// The sum of their savings, modulo 2^64.
     ByteCount sumOfSavings(const HistoryPredicate *predicate = nullptr);
 
+    /// The folders that the helper did not take when it was asked last.
+    std::vector<FolderRefusal> refusals();
+
     /// Nothing is ever changed through the context, so this stays empty.
     QUndoStack *undoManager() { return &m_undoManager; }
 

@@ -71,6 +71,32 @@ Result<ByteCount> sumOfSavings(SqliteConnection &connection, const HistoryModel 
     return sum;
 }
 
+Result<std::vector<FolderRefusal>> refusals(SqliteConnection &connection)
+{
+    Result<QSqlQuery> tables = connection.run("SELECT COUNT(*) FROM sqlite_master WHERE type = 'table' AND name = ?",
+                                              {QString::fromLatin1(FolderRefusal::kTable)});
+    if (!tables)
+        return tables.failure();
+    const bool isTableThere = tables->next() && tables->value(0).toInt() > 0;
+    if (const Result<void> ended = SqliteConnection::end(*tables); !ended)
+        return ended.failure();
+    std::vector<FolderRefusal> refusals;
+    if (!isTableThere)
+        return refusals;
+    Result<QSqlQuery> query =
+        connection.run("SELECT " + connection.textColumn(FolderRefusal::kFolder) + ", " +
+                       quoted(FolderRefusal::kReason) + " FROM " + quoted(FolderRefusal::kTable) + " ORDER BY rowid");
+    if (!query)
+        return query.failure();
+    while (query->next()) {
+        if (const auto reason = FolderRefusal::reasonNamed(query->value(1).toString().toStdString()))
+            refusals.push_back({SqliteConnection::text(query->value(0)), *reason});
+    }
+    if (const Result<void> ended = SqliteConnection::end(*query); !ended)
+        return ended.failure();
+    return refusals;
+}
+
 Result<void> probe(SqliteConnection &connection, const HistoryModel &model)
 {
     Result<QSqlQuery> query =

@@ -25,6 +25,13 @@ Result<ByteCount> HistoryStore::sumOfSavings(const HistoryPredicate *predicate)
     return HistoryQuery::sumOfSavings(*m_connection, m_model, predicate);
 }
 
+Result<std::vector<FolderRefusal>> HistoryStore::refusals()
+{
+    if (const Result<void> followed = follow(); !followed)
+        return followed.failure();
+    return HistoryQuery::refusals(*m_connection);
+}
+
 Result<void> HistoryStore::follow()
 {
     // As long as the old file is open its number is not given to another.

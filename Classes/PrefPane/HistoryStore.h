@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/PrefPane/FolderRefusal.h"
 #include "Classes/PrefPane/HistoryModel.h"
 #include "Classes/PrefPane/HistoryRecord.h"
 #include "Classes/PrefPane/SqliteConnection.h"
@@ -28,6 +29,9 @@ public:
 
     /// The sum of their savings, modulo 2^64. Errors: as above.
     Result<ByteCount> sumOfSavings(const HistoryPredicate *predicate);
+
+    /// The folders that the helper did not take when it was asked last. Errors: as above.
+    Result<std::vector<FolderRefusal>> refusals();
 
 private:
     HistoryStore(Path file, const HistoryModel &model)

@@ -67,6 +67,9 @@ public:
     /// The watched folders in the order of their records, then "Other" when former folders have saved something.
     const std::vector<HistoryEntry> &historyArray() const { return m_historyArray; }
 
+    /// The folders that the helper did not take when it was asked last.
+    const std::vector<FolderRefusal> &refusals() const { return m_refusals; }
+
     void refreshTotalSavings();
     void updatePreviousSavings();
     void savingsNeedRefreshing(const Notification &notification);
@@ -107,6 +110,7 @@ Q_SIGNALS:
     void totalSavingsChanged();
     void historyArrayChanged();
     void foldersChanged();
+    void refusalsChanged();
 
 private:
     friend class SharedInstance<PXHistoryController>;
@@ -117,6 +121,7 @@ private:
     void reportCreationFailure(const Failure &failure);
     std::unique_ptr<HistoryStore> openStore(const HistoryModel &model);
     void connectTable();
+    void readRefusals();
     void readLockedStoreLater();
     bool isOtherRow(int row) const;
 
@@ -133,4 +138,5 @@ private:
     ByteCount m_totalSavings = 0;
     ByteCount m_previousSavings = 0;
     std::vector<HistoryEntry> m_historyArray;
+    std::vector<FolderRefusal> m_refusals;
 };

@@ -6,6 +6,8 @@
 #include "Classes/Shared/isDirectory.h"
 #include "Classes/Shared/stringWithFileSystemRepresentation.h"
 
+#include <utility>
+
 /// Where the alias finds its folder; nothing when it does not, or finds something else.
 static std::optional<Path> directoryOf(const RQAlias &alias)
 {
@@ -42,6 +44,7 @@ void PXHistoryController::updatePreviousSavings()
     Q_EMIT historyArrayChanged();
     if (m_foldersArrayController && static_cast<int>(m_historyArray.size()) == count)
         m_foldersArrayController->setSelectionIndexes(selection);
+    readRefusals();
     readLockedStoreLater();
 }
 
@@ -52,6 +55,14 @@ void PXHistoryController::savingsNeedRefreshing(const Notification &)
         context->refresh(managedObjectModel()->fetchRequestTemplate("historyForEnabledFolders"));
     refreshTotalSavings();
     updatePreviousSavings();
+}
+
+void PXHistoryController::readRefusals()
+{
+    HistoryContext *context = managedObjectContext();
+    std::vector<FolderRefusal> refusals = context ? context->refusals() : std::vector<FolderRefusal>();
+    if (std::exchange(m_refusals, std::move(refusals)) != m_refusals)
+        Q_EMIT refusalsChanged();
 }
 
 /// Until a locked store is free the pane shows it as empty; nobody may announce savings again by then.

@@ -32,6 +32,9 @@ void TamselPref::connectHistory()
     m_view->setTotalSavings(history->totalSavings());
     connect(history, &PXHistoryController::totalSavingsChanged, m_view,
             [view = m_view, history] { view->setTotalSavings(history->totalSavings()); });
+    m_view->setRefusals(history->refusals());
+    connect(history, &PXHistoryController::refusalsChanged, m_view,
+            [view = m_view, history] { view->setRefusals(history->refusals()); });
 }
 
 void TamselPref::connectExclusions()

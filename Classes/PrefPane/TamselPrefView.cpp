@@ -22,6 +22,7 @@ TamselPrefView::TamselPrefView(const Bundle &bundle)
     m_ui->setupUi(this);
     m_ui->switchView->setKnob(m_ui->toggleActiveButton);
     m_ui->autorunNote->hide();
+    setRefusals({});
     loadIcons(bundle);
     setUpFonts();
     setUpTable();
@@ -151,6 +152,38 @@ bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
 void TamselPrefView::setTotalSavings(quint64 byteCount)
 {
     m_ui->totalSavingsTextField->setText(PXSizeToPrettySizeTransformer().transformedValue(byteCount));
+}
+
+static QString sentenceOn(const FolderRefusal &refusal)
+{
+    const QString folder = QFile::decodeName(refusal.folder.c_str());
+    switch (refusal.reason) {
+    case FolderRefusal::Reason::Missing:
+        return TamselPrefView::tr("“%1” was not added: there is no such folder.").arg(folder);
+    case FolderRefusal::Reason::WholeDisk:
+        return TamselPrefView::tr("“%1” was not added: it is the whole disk. Choose a folder in it.").arg(folder);
+    case FolderRefusal::Reason::System:
+        return TamselPrefView::tr("“%1” was not added: it belongs to the system.").arg(folder);
+    case FolderRefusal::Reason::OwnFiles:
+        return TamselPrefView::tr("“%1” was not added: Tamsel keeps its own files there.").arg(folder);
+    case FolderRefusal::Reason::Unreadable:
+        return TamselPrefView::tr("“%1” was not added: you may not look into it.").arg(folder);
+    }
+    return {};
+}
+
+void TamselPrefView::setRefusals(const std::vector<FolderRefusal> &refusals)
+{
+    QStringList sentences;
+    for (const FolderRefusal &refusal : refusals)
+        sentences.append(sentenceOn(refusal));
+    QString line = sentences.value(0);
+    if (sentences.size() > 1)
+        line += QLatin1Char(' ') + (sentences.size() == 2 ? tr("And one more was not.")
+                                                          : tr("And %1 more were not.").arg(sentences.size() - 1));
+    m_ui->refusalsLabel->setText(line);
+    m_ui->refusalsLabel->setToolTip(sentences.join(u'\n').toHtmlEscaped());
+    m_ui->refusalsLabel->setVisible(!sentences.isEmpty());
 }
 
 void TamselPrefView::setLoginItem(bool isPresent, bool hasList)

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Classes/PrefPane/FolderRefusal.h"
+
 #include <QPixmap>
 #include <QString>
 #include <QWidget>
 
 #include <memory>
+#include <vector>
 
 class Bundle;
 class PXDefaultsController;
@@ -34,6 +37,9 @@ public:
     /// To be called once the folder table shows `folders`, which live as long as the view.
     void followFolders(FoldersArrayController *folders);
     void setTotalSavings(quint64 byteCount);
+
+    /// Says below the table which folders were not taken, and why; nothing when there are none.
+    void setRefusals(const std::vector<FolderRefusal> &refusals);
 
     /// Whether the helper is among the login items, and whether there is a list of them at all.
     void setLoginItem(bool isPresent, bool hasList);

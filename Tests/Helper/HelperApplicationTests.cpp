@@ -1,5 +1,6 @@
 #include "Helper/HelperApplication.h"
 
+#include "Classes/PrefPane/HistoryQuery.h"
 #include "Classes/Shared/Log.h"
 #include "Platform/AliasManager.h"
 #include "Platform/Fake/FakeApplicationName.h"
@@ -81,7 +82,7 @@ protected:
         place.settings = PrivateHome::current().root() / "defaults.plist";
         place.excludedPaths = PrivateHome::current().root() / "excludedPaths.plist";
         place.excludedExtensions = PrivateHome::current().root() / "excludedExtensions.plist";
-        place.history = {PrivateHome::current().root() / "history.db", HistoryFixture::seed(),
+        place.history = {PrivateHome::current().makeFolder("support") / "history.db", HistoryFixture::seed(),
                          HistoryFixture::modelFile()};
         place.bundle = makeApplicationBundle(PrivateHome::current().root(), "Helper", "com.example.Helper", "");
         place.version = "1.0";
@@ -160,6 +161,11 @@ protected:
                             std::to_string(record.status) + ' ' + std::to_string(record.savings));
         return texts;
     }
+    std::vector<FolderRefusal> refusals()
+    {
+        const auto connection = SqliteConnection::open(place.history.store, SqliteConnection::Mode::ReadOnly, 1000);
+        return *HistoryQuery::refusals(**connection);
+    }
     bool untilRecords(const std::vector<std::string> &expected)
     {
         const bool isReached = waitFor([&] { return records() == expected; }, 30000);
@@ -218,6 +224,42 @@ TEST_F(HelperApplicationTest, foldersToAdd_noFolders_areLeftOut)
     addFolders({"", "folders/log", log / "file", log / "missing"});
     EXPECT_THAT(records(), IsEmpty());
     EXPECT_THAT(center.postedNames(), Not(Contains("com.dovrane.pellix.folders")));
+}
+
+TEST_F(HelperApplicationTest, foldersToAdd_whatNoUserMeans_isRefusedAnnouncedAndForgottenWithTheNext)
+{
+    using Reason = FolderRefusal::Reason;
+    start();
+    center.clearPosts();
+    const fs::path support = place.history.store.parent_path();
+    addFolders({"/", "/usr/lib", support, log / "gone", log});
+    ASSERT_TRUE(untilRecords({"log on 100 1000"}));
+    EXPECT_THAT(refusals(),
+                ElementsAre(FolderRefusal{"/", Reason::WholeDisk}, FolderRefusal{"/usr/lib", Reason::System},
+                            FolderRefusal{support, Reason::OwnFiles}, FolderRefusal{log / "gone", Reason::Missing}));
+    removeFolders({log});
+    EXPECT_EQ(refusals().size(), 4U) << "removing says nothing of them";
+    addFolders({work});
+    EXPECT_THAT(refusals(), IsEmpty());
+}
+
+TEST_F(HelperApplicationTest, foldersToAdd_onlyRefused_isAnnounced)
+{
+    start();
+    center.clearPosts();
+    addFolders({"/"});
+    EXPECT_THAT(center.postedNames(), Contains("pellixSavingsChanged"));
+    EXPECT_THAT(records(), IsEmpty());
+}
+
+TEST_F(HelperApplicationTest, start_refusalsOfAnEarlierHelper_areForgotten)
+{
+    start();
+    addFolders({"/"});
+    EXPECT_EQ(refusals().size(), 1U);
+    helper.reset();
+    start();
+    EXPECT_THAT(refusals(), IsEmpty());
 }
 
 TEST_F(HelperApplicationTest, folders_malformedPayloads_changeNothing)

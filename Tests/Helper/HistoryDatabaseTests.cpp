@@ -1,5 +1,6 @@
 #include "Helper/HistoryDatabase.h"
 
+#include "Classes/PrefPane/HistoryQuery.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WriterProcess.h"
@@ -177,6 +178,25 @@ TEST_F(HistoryDatabaseTest, setLocation_keepsTheRest)
     ASSERT_TRUE(m_database->setLocation(key, "/moved", bytesOf("other")));
 
     EXPECT_THAT(folders(), ElementsAre(WatchedFolder{key, "/moved", bytesOf("other"), true, 50, 7}));
+}
+
+TEST_F(HistoryDatabaseTest, setRefusals_replacesThoseBeforeAndTellsWhetherTheyAreOthers)
+{
+    using Reason = FolderRefusal::Reason;
+    const auto refusals = [this] {
+        const auto connection = SqliteConnection::open(m_store, SqliteConnection::Mode::ReadOnly, 1000);
+        return *HistoryQuery::refusals(**connection);
+    };
+    EXPECT_THAT(refusals(), IsEmpty()) << "no table yet";
+    EXPECT_FALSE(*m_database->setRefusals({}));
+    const std::vector<FolderRefusal> two{{"/", Reason::WholeDisk}, {"/not\xff utf-8", Reason::Unreadable}};
+    EXPECT_TRUE(*m_database->setRefusals(two));
+    EXPECT_EQ(refusals(), two);
+    EXPECT_FALSE(*m_database->setRefusals(two));
+    EXPECT_TRUE(*m_database->setRefusals({{"/usr", Reason::System}}));
+    EXPECT_THAT(refusals(), ElementsAre(FolderRefusal{"/usr", Reason::System}));
+    EXPECT_TRUE(*m_database->setRefusals({}));
+    EXPECT_THAT(refusals(), IsEmpty());
 }
 
 TEST_F(HistoryDatabaseTest, open_againAfterClosing_findsEverything)

@@ -299,6 +299,27 @@ TEST_F(TamselPrefViewTest, emptyList_saysHowToBegin_untilThereIsAFolder)
     EXPECT_EQ(text("folderCountLabel"), "1 folder");
 }
 
+TEST_F(TamselPrefViewTest, refusedFolders_areNamedBelowTheTable)
+{
+    using Reason = FolderRefusal::Reason;
+    show();
+    const auto &line = find<QLabel>("refusalsLabel");
+    EXPECT_FALSE(line.isVisible());
+    const auto database = HistoryFixture::openDatabase(supportFolder() / "history.db");
+    ASSERT_TRUE(database->setRefusals({{"/", Reason::WholeDisk}}));
+    hear("pellixSavingsChanged");
+    EXPECT_TRUE(line.isVisible());
+    EXPECT_EQ(text("refusalsLabel"), "“/” was not added: it is the whole disk. Choose a folder in it.");
+    ASSERT_TRUE(database->setRefusals({{"/usr", Reason::System}, {"/<b>", Reason::Missing}, {"/", Reason::WholeDisk}}));
+    hear("pellixSavingsChanged");
+    EXPECT_EQ(text("refusalsLabel"), "“/usr” was not added: it belongs to the system. And 2 more were not.");
+    EXPECT_THAT(line.toolTip().toStdString(), HasSubstr("/&lt;b&gt;"));
+    ASSERT_TRUE(database->setRefusals({}));
+    hear("pellixSavingsChanged");
+    EXPECT_FALSE(line.isVisible());
+    EXPECT_EQ(host.attachedSheet(&window), nullptr) << "no question is asked";
+}
+
 TEST_F(TamselPrefViewTest, formerFolders_areSummedInAGreyRowThatCountsAsNone)
 {
     record("/srv/a", 100, 2000);

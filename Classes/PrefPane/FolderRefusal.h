@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// A folder that the helper was asked to watch and does not. A value.
+struct FolderRefusal
+{
+    enum class Reason {
+        Missing,    ///< there is no folder of that name
+        WholeDisk,  ///< "/"
+        System,     ///< it belongs to the system
+        OwnFiles,   ///< the helper keeps its own files there
+        Unreadable, ///< this user may not look into it
+    };
+
+    /// The table and its columns in the history store; the reason is kept by its name.
+    static constexpr const char *kTable = "HELPERREFUSAL";
+    static constexpr const char *kFolder = "FOLDER";
+    static constexpr const char *kReason = "REASON";
+
+    std::string folder; ///< as it was asked for; a path's own bytes
+    Reason reason = Reason::Missing;
+
+    static const char *nameOf(Reason reason);
+
+    /// Nothing for a name that no reason has.
+    static std::optional<Reason> reasonNamed(const std::string &name);
+
+    friend bool operator==(const FolderRefusal &, const FolderRefusal &) = default;
+};
