@@ -16,6 +16,9 @@ public:
     /// The user who runs it, whatever rights it has.
     virtual std::uint32_t userId() const = 0;
 
+    /// Whether somebody at a terminal can answer what it asks on its standard input.
+    virtual bool isInputATerminal() const = 0;
+
     /// Locks the file at `path`, made (0600) when missing, against every other process that asks the same; never waits.
     /// Its content stays as it is. Errors: Busy while another holds it; NotSupported when it is no regular file of this
     /// user (a link is not followed); NotFound, Permission, Io.

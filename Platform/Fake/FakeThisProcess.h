@@ -27,6 +27,7 @@ public:
 
     std::uint32_t user = 0;
     std::uint32_t userId() const override { return user; }
+    bool isInputATerminal() const override { return false; }
     Result<std::unique_ptr<FileLock>> lockFile(const Path &path) override;
     Result<void> makeThreadIdle() override { return {}; }
 

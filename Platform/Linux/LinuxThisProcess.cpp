@@ -24,6 +24,11 @@ std::uint32_t LinuxThisProcess::userId() const
     return ::getuid();
 }
 
+bool LinuxThisProcess::isInputATerminal() const
+{
+    return ::isatty(STDIN_FILENO) == 1;
+}
+
 Result<std::unique_ptr<FileLock>> LinuxThisProcess::lockFile(const Path &path)
 {
     const std::string file = path.native();

@@ -8,17 +8,10 @@
 #include "Platform/Utf8.h"
 #include "Tools/tamselctl/Invocation.h"
 #include "Tools/tamselctl/RunningPrograms.h"
-
-#include <QEventLoop>
-#include <QTimer>
+#include "Tools/tamselctl/waitUntil.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-
-using namespace std::chrono_literals;
-
-static constexpr auto kPatience = 10s;
 
 using Strings = std::vector<std::string>;
 
@@ -97,21 +90,6 @@ static ExitCode changeFile(const Invocation &invocation, const ListKind &kind, E
     center.post(kind.notification);
     flush(center);
     return ExitCode::Done;
-}
-
-/// Runs the event loop until `isDone` holds or patience ends. Answers whether it holds.
-static bool waitUntil(const std::function<bool()> &isDone)
-{
-    QEventLoop loop;
-    QTimer look;
-    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
-        if (isDone())
-            loop.quit();
-    });
-    look.start(20ms);
-    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
-    loop.exec();
-    return isDone();
 }
 
 /// The panel has the list in memory and would write over what is put into the file.

@@ -32,7 +32,10 @@ static Result<HistorySummary> readStore(const Path &path, const HistoryModel &mo
     const auto previous = (*store)->sumOfSavings(&isDisabled);
     if (!previous)
         return previous.failure();
-    return HistorySummary{std::move(*folders), *total, *previous};
+    auto refusals = (*store)->refusals();
+    if (!refusals)
+        return refusals.failure();
+    return HistorySummary{std::move(*folders), *total, *previous, std::move(*refusals)};
 }
 
 Result<HistorySummary> HistorySummary::read(const Path &path)

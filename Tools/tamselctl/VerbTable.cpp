@@ -32,6 +32,11 @@ static constexpr Option kAttributesCopyOptions[] = {
     {"--skip", "NAME", "Leave this attribute out, in whatever case it is written.", false, true},
 };
 
+static constexpr Option kFoldersAddOptions[] = {
+    {"--add-anyway", nullptr, "Add folders that need a warning without asking."},
+    {"--cancel", nullptr, "Leave folders out that need a warning, without asking."},
+};
+
 static constexpr Verb kVerbs[] = {
     {"status",
      "",
@@ -73,6 +78,30 @@ static constexpr Verb kVerbs[] = {
      "path, "
      "status, savings and enabled; \"Other\" has no enabled.",
      showHistory},
+    {"folders list",
+     "",
+     0,
+     0,
+     {},
+     "Show the watched folders",
+     "One line for each folder on the list: where it is now, or where it was when it is missing.",
+     listFolders},
+    {"folders add", "PATH...", 1, kAnyNumber, kFoldersAddOptions, "Watch folders",
+     "Asks for the volume of each folder, as the panel does. Folders on removable volumes are left out, which counts "
+     "as a failure. Those that are not on the main boot volume, or on one of another format, need a warning: without "
+     "an option it is shown on a terminal, and a \"y\" adds them anyway; where no terminal can be asked, nothing is "
+     "added. The helper is launched if it does not run, and told by \"com.dovrane.pellix.folders\". What it refuses "
+     "is a failure too: the whole disk, folders of the system, its own, and those that may not be read.\n\n"
+     "A folder that is watched already stays so, and is looked through again.",
+     addFolders},
+    {"folders remove",
+     "PATH...",
+     1,
+     kAnyNumber,
+     {},
+     "Stop watching folders",
+     "What was saved in them stays in the sums. A missing folder is named as \"folders list\" shows it.",
+     removeFolders},
     {"post",
      "NAME [KEY=VALUE]... [KEY+=ELEMENT]...",
      1,

@@ -12,6 +12,11 @@ ExitCode switchOff(Invocation &invocation);
 // HistoryVerbs.cpp
 ExitCode showHistory(Invocation &invocation);
 
+// FolderVerbs.cpp
+ExitCode listFolders(Invocation &invocation);
+ExitCode addFolders(Invocation &invocation);
+ExitCode removeFolders(Invocation &invocation);
+
 // NotificationVerbs.cpp
 ExitCode postNotification(Invocation &invocation);
 ExitCode listenToNotifications(Invocation &invocation);
