@@ -3,6 +3,8 @@
 #include "Platform/FileSystem.h"
 #include "Platform/PropertyList.h"
 
+#include <algorithm>
+
 static constexpr std::size_t kExpectedRules = 50;
 
 const char *nameOf(ExclusionKind kind)
@@ -165,19 +167,27 @@ std::size_t ExclusionRuleSet::prefixLength(const std::string &path) const
     return index().prefixes.lengthOfStart(path.begin(), path.end());
 }
 
+bool ExclusionRuleSet::areFew() const
+{
+    return m_suffixRules.size() + m_prefixRules.size() + m_componentRules.size() + m_exactRules.size() <= kFewRules;
+}
+
 bool ExclusionRuleSet::suffixRuleMatchedForPath(const std::string &path) const
 {
-    return suffixLength(path) > 0;
+    const auto isSuffix = [&path](const std::string &rule) { return !rule.empty() && path.ends_with(rule); };
+    return areFew() ? std::ranges::any_of(m_suffixRules, isSuffix) : suffixLength(path) > 0;
 }
 
 bool ExclusionRuleSet::prefixRuleMatchedForPath(const std::string &path) const
 {
-    return prefixLength(path) > 0;
+    const auto isPrefix = [&path](const std::string &rule) { return !rule.empty() && path.starts_with(rule); };
+    return areFew() ? std::ranges::any_of(m_prefixRules, isPrefix) : prefixLength(path) > 0;
 }
 
 bool ExclusionRuleSet::componentRuleMatchedForPath(const std::string &path) const
 {
-    return !index().components.firstIn(path).empty();
+    const auto isPart = [&path](const std::string &rule) { return !rule.empty() && path.find(rule) != path.npos; };
+    return areFew() ? std::ranges::any_of(m_componentRules, isPart) : !index().components.firstIn(path).empty();
 }
 
 bool ExclusionRuleSet::exactRuleMatchedForPath(const std::string &path) const

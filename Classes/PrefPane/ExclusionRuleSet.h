@@ -42,6 +42,9 @@ public:
     static constexpr std::size_t kLongestRule = 4096;
     static constexpr ByteCount kLargestFile = 16u << 20;
 
+    /// Up to so many rules in all are walked over, which is the quicker way then.
+    static constexpr std::size_t kFewRules = 12;
+
     ExclusionRuleSet();
     ExclusionRuleSet(const ExclusionRuleSet &) = delete;
     ExclusionRuleSet &operator=(const ExclusionRuleSet &) = delete;
@@ -92,6 +95,7 @@ private:
     Strings *setFor(const std::string &key);
     void add(Strings &rules, const std::string &rule);
     const Index &index() const;
+    bool areFew() const;
     std::size_t suffixLength(const std::string &path) const;
     std::size_t prefixLength(const std::string &path) const;
 

@@ -1,7 +1,6 @@
 #include "Classes/Shared/StringTrie.h"
 
 #include <algorithm>
-#include <cstring>
 
 StringTrie::StringTrie(std::vector<std::string_view> strings)
 {
@@ -51,18 +50,4 @@ void StringTrie::addChildren(Node node, Range range, std::size_t depth, const st
         ranges.push_back({range.first, last});
         range.first = last;
     }
-}
-
-StringTrie::Node StringTrie::child(Node node, std::uint8_t byte) const
-{
-    if (node == kRoot)
-        return m_fromRoot[byte];
-    const Record &record = m_nodes[node];
-    if (record.childCount == 0)
-        return kNone;
-    const std::uint8_t *const labels = &m_labels[record.firstChild];
-    if (record.childCount == 1)
-        return *labels == byte ? record.firstChild : kNone;
-    const void *const found = std::memchr(labels, byte, record.childCount);
-    return found ? record.firstChild + Node(static_cast<const std::uint8_t *>(found) - labels) : kNone;
 }

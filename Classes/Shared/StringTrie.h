@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -72,3 +73,18 @@ private:
     std::vector<std::uint8_t> m_labels; ///< apart, so that those of siblings stand side by side
     std::array<Node, 256> m_fromRoot;
 };
+
+// Here, because it is asked for every byte of every text.
+inline StringTrie::Node StringTrie::child(Node node, std::uint8_t byte) const
+{
+    if (node == kRoot)
+        return m_fromRoot[byte];
+    const Record &record = m_nodes[node];
+    if (record.childCount == 0)
+        return kNone;
+    const std::uint8_t *const labels = &m_labels[record.firstChild];
+    if (record.childCount == 1)
+        return *labels == byte ? record.firstChild : kNone;
+    const void *const found = std::memchr(labels, byte, record.childCount);
+    return found ? record.firstChild + Node(static_cast<const std::uint8_t *>(found) - labels) : kNone;
+}

@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <random>
 #include <thread>
 
 using ::testing::IsEmpty;
@@ -133,6 +134,36 @@ TEST_F(ExclusionRuleSetTest, ruleAddedAfterAQuestion_counts)
     EXPECT_EQ(match("/a.b"), "suffix .b");
     rules.addRuleForPathComponent("x");
     EXPECT_EQ(match("/x.c"), "contains x");
+}
+
+TEST_F(ExclusionRuleSetTest, anyNumberOfRules_answersAsAWalkOverTheSets)
+{
+    std::mt19937 random(7);
+    const auto text = [&random](std::size_t longest) {
+        std::string made(random() % (longest + 1), ' ');
+        for (char &character : made)
+            character = "/ab."[random() % 4];
+        return made;
+    };
+    int excluded = 0;
+    for (std::size_t count = 0; count <= 2 * ExclusionRuleSet::kFewRules; ++count) {
+        ExclusionRuleSet some;
+        for (std::size_t number = 0; number < count; ++number) {
+            using Add = void (ExclusionRuleSet::*)(const std::string &);
+            static constexpr Add kAdds[] = {
+                &ExclusionRuleSet::addRuleForPathSuffix, &ExclusionRuleSet::addRuleForPathPrefix,
+                &ExclusionRuleSet::addRuleForPathComponent, &ExclusionRuleSet::addRuleForPathEqualsTo};
+            (some.*kAdds[random() % 4])(text(9));
+        }
+        for (int asked = 0; asked < 500; ++asked) {
+            const std::string path = text(14);
+            ASSERT_EQ(some.mustExcludePath(path), matchesPlainly(some, path)) << path << ", " << count << " rules";
+            ASSERT_EQ(some.matchForPath(path).has_value(), some.mustExcludePath(path)) << path;
+            excluded += some.mustExcludePath(path) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(excluded, 500);
+    EXPECT_LT(excluded, 11000);
 }
 
 TEST_F(ExclusionRuleSetTest, file_dictionaryWithTwoKeys_givesTwoIndependentRules)

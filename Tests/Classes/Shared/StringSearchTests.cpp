@@ -84,6 +84,17 @@ TEST(SubstringSearch, severalStrings_answerIsTheOneThatEndsFirst)
     EXPECT_EQ(firstIn({"abcx", "bcd"}, "abcd"), "bcd");
 }
 
+TEST(SubstringSearch, stringAtTheVeryEnd_isFoundWhateverItsLength)
+{
+    for (const std::string string : {"z", "yz", "xyz", "wxyz", "vwxyz"}) {
+        for (const std::string before : {"", "a", "abc", "abcdefgh", "wxy", "vwxy"}) {
+            EXPECT_EQ(firstIn({string, "longer"}, before + string), string) << before;
+            EXPECT_EQ(firstIn({string, "z0"}, before + string), string) << before;
+            EXPECT_EQ(firstIn({string + "z"}, before + string), "") << before;
+        }
+    }
+}
+
 TEST(SubstringSearch, randomStrings_areFoundAsOneByOneSearchFindsThem)
 {
     std::mt19937 random(4711);
