@@ -1,8 +1,9 @@
 #include "Classes/PrefPane/PXExclusionRules.h"
 
 #include "Platform/Bundle.h"
+#include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
-#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/OwnProcess.h"
 
 #include <gmock/gmock.h>
 
@@ -37,7 +38,7 @@ private:
 class PXExclusionRulesTest : public ::testing::Test
 {
 protected:
-    Path application = PrivateHome::current().makeFolder("Application.app");
+    Path application = makeEmptyFolder("Application.app");
     MainBundleAt bundles{application};
     Override<Bundles> installed{bundles};
 
@@ -51,94 +52,123 @@ protected:
 
 TEST_F(PXExclusionRulesTest, sharedInstance_isLoadedFromTheMainBundleAndOneOfAKind)
 {
-    writeFile(application / "Contents/Resources/ExclusionRules.plist",
-              "<plist version=\"1.0\"><array><dict><key>RuleType</key><string>Exclude</string>"
-              "<key>PathEndsWithString</key><string>.own</string></dict></array></plist>");
-    PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
-    EXPECT_THAT(rules->suffixRules(), Contains(".own"));
-    EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
-    EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
-    EXPECT_EQ(PXExclusionRules::sharedExclusionRules(), rules);
-    EXPECT_EQ(PXExclusionRules::alloc(), nullptr);
+    inProcessOfItsOwn([&] {
+        writeFile(application / "Contents/Resources/ExclusionRules.plist",
+                  "<plist version=\"1.0\"><array><dict><key>RuleType</key><string>Exclude</string>"
+                  "<key>PathEndsWithString</key><string>.own</string></dict></array></plist>");
+        PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
+        EXPECT_THAT(rules->suffixRules(), Contains(".own"));
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
+        EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
+        EXPECT_EQ(PXExclusionRules::sharedExclusionRules(), rules);
+        EXPECT_EQ(PXExclusionRules::alloc(), nullptr);
+    });
 }
 
 TEST_F(PXExclusionRulesTest, alloc_whenThereIsNone_makesTheSharedOne)
 {
-    PXExclusionRules *const rules = PXExclusionRules::alloc();
-    ASSERT_NE(rules, nullptr);
-    EXPECT_EQ(PXExclusionRules::sharedExclusionRules(), rules);
+    inProcessOfItsOwn([&] {
+        PXExclusionRules *const rules = PXExclusionRules::alloc();
+        ASSERT_NE(rules, nullptr);
+        EXPECT_EQ(PXExclusionRules::sharedExclusionRules(), rules);
+    });
 }
 
 TEST_F(PXExclusionRulesTest, filesMissing_excludeNothingUntilRulesAreAdded)
 {
-    bundles.hasBundle = false;
-    PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
-    EXPECT_THAT(rules->suffixRules(), IsEmpty());
-    EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.jpg"));
-    rules->addRuleForPathSuffix(".jpg");
-    EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
+    inProcessOfItsOwn([&] {
+        bundles.hasBundle = false;
+        PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
+        EXPECT_THAT(rules->suffixRules(), IsEmpty());
+        EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.jpg"));
+        rules->addRuleForPathSuffix(".jpg");
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
+    });
 }
 
 TEST_F(PXExclusionRulesTest, fileReplacedLater_isNotReadAgain)
 {
-    copyOwnRules();
-    EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
-    std::filesystem::remove(application / "Contents/Resources/ExclusionRules.plist");
-    EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
+    inProcessOfItsOwn([&] {
+        copyOwnRules();
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
+        std::filesystem::remove(application / "Contents/Resources/ExclusionRules.plist");
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.jpg"));
+    });
 }
 
 TEST_F(PXExclusionRulesTest, applicationsOwnRules_excludeWhatTheyAreForAndNoMore)
 {
-    copyOwnRules();
-    for (const char *path : {"/usr/bin/env",
-                             "/etc/passwd",
-                             "/boot/vmlinuz",
-                             "/System/Library/x",
-                             "/media/u/Mac/System/Library/CoreServices/x",
-                             "/proc/1/maps",
-                             "/sys/kernel/x",
-                             "/dev/null",
-                             "/swapfile",
-                             "/home/u/.local/share/Trash/files/a",
-                             "/media/u/stick/.Trash-1000/files/a",
-                             "/media/u/Mac/.Trashes/501/a",
-                             "/media/u/Mac/.fseventsd/00",
-                             "/home/u/project/.git/objects/ab/cd",
-                             "/home/u/project/.svn/wc.db",
-                             "/home/u/Backup.sparsebundle/bands/1a",
-                             "/home/u/old.sparseimage",
-                             "/home/u/vm/disk.qcow2",
-                             "/home/u/VMs/Win.vmwarevm/x.vmss",
-                             "/home/u/a.sqlite",
-                             "/home/u/.config/app/Cookies.db-wal",
-                             "/var/lib/postgresql/15/main/base/1",
-                             "/home/u/Mail/inbox.mbox",
-                             "/home/u/Maildir/cur/1",
-                             "/home/u/.thunderbird/x/prefs.js",
-                             "/home/u/.local/share/Tamsel/history.db",
-                             "/home/u/IMG_1.JPG",
-                             "/home/u/a.mp3",
-                             "/home/u/film.mkv"})
-        EXPECT_TRUE(PXExclusionRules::mustExcludePath(path)) << path;
-    for (const char *path : {"/home/u/letter.txt",
-                             "/home/u/user/file",
-                             "/home/u/usr/bin/x",
-                             "/home/u/etc/x",
-                             "/home/u/project/.gitignore",
-                             "/home/u/.github/x",
-                             "/run/media/u/disk/file",
-                             "/media/u/disk/file",
-                             "/mnt/a",
-                             "/tmp/a",
-                             "/opt/app/x",
-                             "/srv/www/index.html",
-                             "/home/u/swapfile.txt",
-                             "/home/u/Trash/x",
-                             "/home/u/jpg",
-                             "/home/u/a.tiff",
-                             "/home/u/a.wav",
-                             "/home/u/a.psd",
-                             "/home/u/systems/x",
-                             "/home/u/a.log"})
-        EXPECT_FALSE(PXExclusionRules::mustExcludePath(path)) << path;
+    inProcessOfItsOwn([&] {
+        copyOwnRules();
+        for (const char *path : {"/usr/bin/env",
+                                 "/etc/passwd",
+                                 "/boot/vmlinuz",
+                                 "/System/Library/x",
+                                 "/media/u/Mac/System/Library/CoreServices/x",
+                                 "/proc/1/maps",
+                                 "/sys/kernel/x",
+                                 "/dev/null",
+                                 "/swapfile",
+                                 "/home/u/.local/share/Trash/files/a",
+                                 "/media/u/stick/.Trash-1000/files/a",
+                                 "/media/u/Mac/.Trashes/501/a",
+                                 "/media/u/Mac/.fseventsd/00",
+                                 "/media/u/Mac/.HFS+ Private Directory Data\r/dir_1/a",
+                                 "/home/u/project/.git/objects/ab/cd",
+                                 "/home/u/project/.svn/wc.db",
+                                 "/home/u/Backup.sparsebundle/bands/1a",
+                                 "/home/u/old.sparseimage",
+                                 "/home/u/vm/disk.qcow2",
+                                 "/home/u/VMs/Win.vmwarevm/x.vmss",
+                                 "/home/u/a.sqlite",
+                                 "/home/u/.config/app/Cookies.db-wal",
+                                 "/var/lib/postgresql/15/main/base/1",
+                                 "/home/u/Mail/inbox.mbox",
+                                 "/home/u/Maildir/cur/1",
+                                 "/home/u/.thunderbird/x/prefs.js",
+                                 "/home/u/.local/share/Tamsel/history.db",
+                                 "/home/u/IMG_1.JPG",
+                                 "/home/u/a.mp3",
+                                 "/home/u/film.mkv"})
+            EXPECT_TRUE(PXExclusionRules::mustExcludePath(path)) << path;
+        for (const char *path : {"/home/u/letter.txt",
+                                 "/home/u/user/file",
+                                 "/home/u/usr/bin/x",
+                                 "/home/u/etc/x",
+                                 "/home/u/project/.gitignore",
+                                 "/home/u/.github/x",
+                                 "/run/media/u/disk/file",
+                                 "/media/u/disk/file",
+                                 "/mnt/a",
+                                 "/tmp/a",
+                                 "/opt/app/x",
+                                 "/srv/www/index.html",
+                                 "/home/u/swapfile.txt",
+                                 "/home/u/Trash/x",
+                                 "/home/u/jpg",
+                                 "/home/u/a.tiff",
+                                 "/home/u/a.wav",
+                                 "/home/u/a.psd",
+                                 "/home/u/systems/x",
+                                 "/home/u/Data/Private Directory/x",
+                                 "/home/u/a.log"})
+            EXPECT_FALSE(PXExclusionRules::mustExcludePath(path)) << path;
+    });
+}
+
+TEST_F(PXExclusionRulesTest, applicationsOwnRules_beginAndEndWhereNamesDo)
+{
+    inProcessOfItsOwn([&] {
+        copyOwnRules();
+        const PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
+        const auto beginsWell = [](const std::string &rule) { return rule.starts_with('/') || rule.starts_with('.'); };
+        for (const std::string &rule : rules->suffixRules())
+            EXPECT_TRUE(beginsWell(rule)) << rule;
+        for (const std::string &rule : rules->componentRules())
+            EXPECT_TRUE(beginsWell(rule)) << rule;
+        for (const std::string &rule : rules->prefixRules())
+            EXPECT_TRUE(rule.starts_with('/') && rule.ends_with('/')) << rule;
+        for (const std::string &rule : rules->exactRules())
+            EXPECT_TRUE(rule.starts_with('/')) << rule;
+    });
 }
