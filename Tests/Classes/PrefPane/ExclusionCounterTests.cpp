@@ -1,7 +1,7 @@
 #include "Classes/PrefPane/ExclusionCounter.h"
 
+#include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
-#include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
 
 #include <gmock/gmock.h>
@@ -31,7 +31,7 @@ protected:
         return answers.empty() ? 0 : answers.back();
     }
 
-    fs::path folder = PrivateHome::current().makeFolder("watched");
+    fs::path folder = makeEmptyFolder("watched");
     std::vector<quint64> answers;
     ExclusionCounter counter;
 };

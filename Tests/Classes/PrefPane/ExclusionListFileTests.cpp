@@ -2,8 +2,8 @@
 
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Platform/PropertyList.h"
+#include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
-#include "Tests/Support/PrivateHome.h"
 
 #include <gmock/gmock.h>
 
@@ -34,7 +34,7 @@ protected:
     }
     std::vector<std::string> stored() const { return ExclusionListFile(place).read().valueOr({"unreadable"}); }
 
-    Path folder = PrivateHome::current().makeFolder("lists");
+    Path folder = makeEmptyFolder("lists");
     Path place = folder / "list.plist";
     ExclusionListFile file{place};
 };

@@ -23,6 +23,8 @@ protected:
     ExclusionsFixture()
     {
         setLogSink([](const std::string &) {});
+        for (const Path &left : {support, bundle})
+            std::filesystem::remove_all(left);
         std::filesystem::create_directories(support);
         std::filesystem::create_directories(bundle / "Contents/Resources");
         PropertyList information;
