@@ -2,6 +2,7 @@
 
 #include "Classes/PrefPane/DVTableView.h"
 #include "Classes/PrefPane/ExclusionsArrayController.h"
+#include "Classes/PrefPane/FocusRing.h"
 #include "Classes/PrefPane/NoteLabel.h"
 
 #include <QApplication>
@@ -91,6 +92,7 @@ void ExclusionListPanel::setUpTable(const QString &name, const Words &words)
     m_whenEmpty->setMargin(16);
     m_whenEmpty->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_table->viewport()->installEventFilter(this);
+    new FocusRing(m_table);
 }
 
 QToolButton *ExclusionListPanel::makeButton(const QString &name, const QString &text, const QString &tip)

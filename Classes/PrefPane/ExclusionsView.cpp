@@ -22,12 +22,12 @@ ExclusionsView::ExclusionsView(QWidget *parent)
     m_paths.panel = new ExclusionListPanel(QStringLiteral("paths"),
                                            {tr("Folders and files"), tr("Excluded folders and files"),
                                             tr("Add folders or files"), tr("Remove the selected folders or files"),
-                                            tr("Drop folders and files here, paste their paths, or press +.")},
+                                            tr("Drop folders and files here, paste their paths, or press\u00A0+.")},
                                            this);
     m_extensions.panel = new ExclusionListPanel(
         QStringLiteral("extensions"),
         {tr("Extensions"), tr("Excluded extensions"), tr("Add an extension"), tr("Remove the selected extensions"),
-         tr("Drop files here to add their extensions, paste some like \".jpg, *.PNG\", or press +.")},
+         tr("Drop files here to add their extensions, paste some like \".jpg, *.PNG\", or press\u00A0+.")},
         this);
     auto *const grid = new QGridLayout(this);
     grid->setContentsMargins(0, 10, 0, 0);

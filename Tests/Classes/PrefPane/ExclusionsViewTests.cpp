@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/ExclusionsView.h"
 
 #include "Classes/PrefPane/ExclusionListPanel.h"
+#include "Classes/PrefPane/FocusRing.h"
 #include "Tests/Classes/PrefPane/ExclusionsFixture.h"
 #include "Tests/Support/WaitFor.h"
 
@@ -197,4 +198,22 @@ TEST_F(ExclusionsViewTest, view_deletedWhileCountingAndEditing_isQuiet)
     find<QToolButton>("extensionsAdd")->click();
     delete view;
     EXPECT_THAT(storedExtensions(), ElementsAre("h", "please_rename_me"));
+}
+
+TEST_F(ExclusionsViewTest, tableReachedByTheKeyboard_showsARing)
+{
+    storeExtensions({"a"});
+    show();
+    for (DVTableView *const table : {paths, extensions}) {
+        auto *const ring = table->findChild<FocusRing *>();
+        ASSERT_NE(ring, nullptr);
+        table->setFocus(Qt::MouseFocusReason);
+        EXPECT_FALSE(ring->isVisible()) << "a click needs none";
+        find<QToolButton>("extensionsAdd")->setFocus();
+        table->setFocus(Qt::TabFocusReason);
+        EXPECT_TRUE(ring->isVisible());
+        EXPECT_EQ(ring->size(), table->size());
+        find<QToolButton>("extensionsAdd")->setFocus();
+        EXPECT_FALSE(ring->isVisible());
+    }
 }
