@@ -21,6 +21,9 @@ public:
     /// one that cannot be read counts as it was, and the log says so once.
     bool readLists();
 
+    /// What surveys leave out from now on, until the lists are read anew. Any thread.
+    std::shared_ptr<const Exclusions> exclusions() const;
+
     /// Folders whose figures are kept: nothing below them counts in a folder around them.
     void setKept(const std::vector<std::string> &folders);
 
@@ -37,7 +40,6 @@ private:
     };
 
     static bool read(List &list);
-    std::shared_ptr<const Exclusions> exclusions() const;
     std::shared_ptr<const std::set<Path>> kept() const;
 
     List m_paths;
