@@ -3,6 +3,7 @@
 #include "Classes/Shared/Log.h"
 #include "Classes/Util/PXVersionComparator.h"
 #include "Platform/Bundle.h"
+#include "Platform/FileSystem.h"
 
 UpdateCheck::UpdateCheck(Path bundle, std::string runningVersion, std::chrono::milliseconds interval)
     : m_bundle(std::move(bundle))
@@ -24,6 +25,14 @@ void UpdateCheck::setAutomatic(bool isAutomatic)
     check();
 }
 
+/// Whether there is a file that may be run; an installation that is under way may not have got so far.
+static bool isProgram(const Path &path)
+{
+    constexpr std::uint32_t kMayBeRun = 0111;
+    const Result<FileStatus> status = FileSystem::current().status(path);
+    return status && status->type == FileType::Regular && (status->mode & kMayBeRun) != 0;
+}
+
 void UpdateCheck::check()
 {
     const Result<Bundle> installed = Bundles::current().open(m_bundle);
@@ -36,6 +45,10 @@ void UpdateCheck::check()
     logLine("Running version " + m_runningVersion + ", installed version " + version);
     if (!isNewer || version == m_foundVersion)
         return;
+    if (!isProgram(installed->executable())) {
+        logLine("Its program cannot be run, the running one goes on");
+        return;
+    }
     m_foundVersion = version;
     Q_EMIT found(version);
 }

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kWaitToMake{500}; // on the pane's main thread
+constexpr std::chrono::milliseconds kWaitToMake{
+    80}; // on the pane's main thread, which nothing may hold for a tenth of a second
 constexpr std::chrono::milliseconds kWaitToReplace{2000};
 constexpr std::chrono::milliseconds kPause{5};
 constexpr ByteCount kSeedLimit = 16 * 1024 * 1024;

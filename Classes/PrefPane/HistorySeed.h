@@ -4,7 +4,7 @@
 #include "Platform/Types.h"
 
 /// Puts an empty history store where there is none. Pane and helper may both come first: a lock file beside the store,
-/// which stays there, lets one of them do it; who cannot have it in half a second goes on without, where nothing has to
+/// which stays there, lets one of them do it; who cannot have it in a moment goes on without, where nothing has to
 /// be set aside. No file is ever overwritten or removed. Any thread.
 namespace HistorySeed {
 

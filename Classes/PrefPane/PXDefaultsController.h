@@ -14,6 +14,7 @@
 class PXDefaultsController final : public QObject
 {
     Q_OBJECT
+    Q_PROPERTY(PropertyList defaults READ defaults)
     Q_PROPERTY(bool helperActive READ helperActive WRITE setHelperActive NOTIFY helperActiveChanged)
     Q_PROPERTY(bool checkForUpdates READ checkForUpdates WRITE setCheckForUpdates NOTIFY checkForUpdatesChanged)
     Q_PROPERTY(bool autorunAtLogin READ autorunAtLogin WRITE setAutorunAtLogin NOTIFY autorunAtLoginChanged)

@@ -6,6 +6,7 @@
 #include "Platform/Formats/CompressedFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 bool HFSCompression::isFileUFCompressed(const Path &path)
@@ -25,7 +26,7 @@ bool HFSCompression::setFileAsUFCompressed(const Path &path, bool isCompressed)
         return false;
     if (!wasCompressed && isCompressed) {
         if (const Result<void> set = files.setFlags(path, *flags | kCompressedFlag); !set) {
-            const int number = set.failure().systemError;
+            const int number = set.failure().systemError != 0 ? set.failure().systemError : EIO;
             logLine("Could not set UF_COMPRESSED flag for file " + path.native() + ": " + std::to_string(number) +
                     " [" + std::strerror(number) + "]");
             return false;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <mutex>
 
 /// The single instance of `T` in this process: made on first use under a lock, never freed. `T` has a private default
@@ -9,8 +8,6 @@ template <class T>
 class SharedInstance final
 {
 public:
-    static constexpr std::uint32_t kRetainCount = 4294967295;
-
     /// Makes the instance and answers it, or nullptr when there is one already.
     static T *alloc()
     {

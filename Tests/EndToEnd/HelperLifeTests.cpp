@@ -112,8 +112,10 @@ TEST_F(HelperLife, switchedOff_inTheMiddleOfAWalk_stopsAndStays)
     HelperProcess helper;
     ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
     set("<key>active</key><false/>");
+    const auto told = steady_clock::now();
     post("com.dovrane.pellix.active");
     ASSERT_TRUE(helper.waitForLog("Compressing: off"));
+    EXPECT_LT(steady_clock::now() - told, std::chrono::seconds(1));
     const auto stopped = texts();
     busy.reset();
     runFor(500);

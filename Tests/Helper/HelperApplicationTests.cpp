@@ -130,8 +130,8 @@ protected:
     void setInstalledVersion(const std::string &version)
     {
         std::ofstream(place.bundle / "Contents/Info.plist")
-            << "<plist version=\"1.0\"><dict><key>CFBundleVersion</key><string>" << version
-            << "</string></dict></plist>";
+            << "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>Helper</string>"
+            << "<key>CFBundleVersion</key><string>" << version << "</string></dict></plist>";
     }
 
     Result<SurveyResult> survey(const Path &folder, SurveyedFiles &, const FolderSurvey::Progressed &progressed,
@@ -433,6 +433,21 @@ TEST_F(HelperApplicationTest, update_newerBundle_isAnnouncedOnceAndWorkEnds)
     receive("pellixHelperShouldCheckForUpdates");
     EXPECT_EQ(restarts, 1);
     EXPECT_THAT(center.postedNames(), Contains("com.dovrane.tamsel.restarting.after.update").Times(1));
+}
+
+TEST_F(HelperApplicationTest, update_withoutAProgram_isLeftUntilItIsWhole)
+{
+    start();
+    const Path program = place.bundle / "Contents/MacOS/Helper";
+    ASSERT_TRUE(std::filesystem::exists(program));
+    std::filesystem::permissions(program, std::filesystem::perms(0644));
+    setInstalledVersion("2.0");
+    receive("pellixHelperShouldCheckForUpdates");
+    EXPECT_EQ(restarts, 0);
+    EXPECT_THAT(center.postedNames(), Not(Contains("com.dovrane.tamsel.restarting.after.update")));
+    std::filesystem::permissions(program, std::filesystem::perms(0755));
+    receive("pellixHelperShouldCheckForUpdates");
+    EXPECT_EQ(restarts, 1);
 }
 
 TEST_F(HelperApplicationTest, update_automaticChecks_followTheSettings)

@@ -64,13 +64,15 @@ static bool removeIfThere(const Path &file)
     return bool(removed);
 }
 
-/// The locks, which only a running program needs. Settings, history and lists are the user's and stay.
+/// The helper's log, and the locks, which only a running program needs. Settings, history and lists are the user's and
+/// stay.
 static bool removeRuntimeFiles()
 {
     const Result<Path> support = UserFolders::current().applicationSupport();
-    if (!support)
+    const Result<Path> temporary = UserFolders::current().temporary();
+    if (!support || !temporary)
         return false;
-    bool done = true;
+    bool done = removeIfThere(*temporary / "TamselHelper.log");
     for (const char *const folder : {"Pellix", "Pellixer", "Tamsel"}) {
         for (const char *const lock : {"helper.lock", "history.db.lock"})
             done = removeIfThere(*support / folder / lock) && done;

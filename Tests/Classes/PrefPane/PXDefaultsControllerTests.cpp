@@ -101,8 +101,20 @@ TEST_F(PXDefaultsControllerTest, withoutAFile_startsWithTheBuiltInValuesAndWrite
     EXPECT_TRUE(settings()->visible());
     EXPECT_EQ(written(), builtIn());
     EXPECT_TRUE(keptAside().empty());
+    EXPECT_EQ(services.termination.disableCalls(), 1);
     EXPECT_FALSE(services.termination.isDisabled());
     EXPECT_TRUE(services.center.posts().empty());
+}
+
+TEST_F(PXDefaultsControllerTest, fileChangedByAnother_isNotReadAgain)
+{
+    EXPECT_TRUE(settings()->helperActive());
+    write(onlyInactive());
+    EXPECT_TRUE(settings()->helperActive());
+    settings()->setVisible(false);
+    PropertyList expected = builtIn();
+    expected.set("visible", false);
+    EXPECT_EQ(written(), expected) << "what is in memory counts";
 }
 
 TEST_F(PXDefaultsControllerTest, anEmptyDictionary_countsAsNoFile)
@@ -305,6 +317,8 @@ TEST_F(PXDefaultsControllerTest, whateverCallFails_theOldFileStandsUntilItIsKept
 
 TEST_F(PXDefaultsControllerTest, properties_areKnownByName)
 {
+    EXPECT_EQ(settings()->property("defaults").value<PropertyList>(), builtIn());
+    EXPECT_FALSE(settings()->setProperty("defaults", QVariant::fromValue(onlyInactive())));
     for (const char *name : {"helperActive", "checkForUpdates", "autorunAtLogin", "visible"}) {
         EXPECT_EQ(settings()->property(name), QVariant(true)) << name;
         EXPECT_TRUE(settings()->setProperty(name, false)) << name;

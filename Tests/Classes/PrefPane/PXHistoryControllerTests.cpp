@@ -318,6 +318,12 @@ TEST_F(PXHistoryControllerTest, table_showsTheRowsAndKeepsOtherLastInEveryOrder)
     EXPECT_THAT(names(), ElementsAre("/a/zebra", "/b/Apple", "Other"));
     m_table.sortByColumn(3, Qt::AscendingOrder);
     EXPECT_THAT(names(), ElementsAre("/b/Apple", "/a/zebra", "Other"));
+    for (int column = 0; column < 4; ++column) {
+        for (const Qt::SortOrder order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
+            m_table.sortByColumn(column, order);
+            EXPECT_EQ(names().back(), "Other") << "column " << column << ", order " << order;
+        }
+    }
     EXPECT_EQ(m_table.model()->flags(m_table.model()->index(2, 0)) & (Qt::ItemIsEnabled | Qt::ItemIsSelectable), 0);
 }
 

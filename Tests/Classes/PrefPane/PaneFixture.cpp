@@ -44,6 +44,8 @@ std::vector<std::string> Journal::lines() const
 void NotingCenter::post(const std::string &name, const UserInfo &userInfo)
 {
     m_journal.note("post " + name);
+    if (posting)
+        posting(name);
     m_center.post(name, userInfo);
 }
 

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -45,6 +46,9 @@ public:
     void removeObserver(ObserverId observer) override { m_center.removeObserver(observer); }
     bool isConnected() const override { return m_center.isConnected(); }
     void flush(std::function<void(bool)> done) override { m_center.flush(std::move(done)); }
+
+    /// Called with the name of each notification that is posted, before it is.
+    std::function<void(const std::string &name)> posting;
 
 private:
     Journal &m_journal;
@@ -136,6 +140,7 @@ protected:
     FakeWorkspace workspace;
     FakeLoginWindow loginWindow;
     FakeHostApplication host;
+    NotingCenter notingCenter{journal, center};
 
     /// Makes a bundle with tools at `path`.
     void makeBundle(const std::filesystem::path &path);
@@ -144,9 +149,8 @@ protected:
 private:
     std::filesystem::path m_bundlePath;
     HostedBundles m_bundles{"/opt/host/Preferences.app"};
-    NotingCenter m_notingCenter{journal, center};
     NotingWorkspace m_notingWorkspace{journal, workspace};
-    Override<DistributedNotificationCenter> m_installedCenter{m_notingCenter};
+    Override<DistributedNotificationCenter> m_installedCenter{notingCenter};
     Override<Bundles> m_installedBundles{m_bundles};
     Override<SuddenTermination> m_installedTermination{termination};
     Override<Workspace> m_installedWorkspace{m_notingWorkspace};

@@ -181,6 +181,7 @@ TEST_F(TamselPrefRelaunchTest, uninstalled_asksForTheRestart)
     pane().uninstall();
     ASSERT_FALSE(fs::exists(bundlePath()));
     EXPECT_EQ(pane().restartSheet()->windowTitle(), QStringLiteral("System Preferences needs a restart"));
+    EXPECT_TRUE(waitForLine(relaunchOf("/opt/host/Preferences.app"))) << "its tool was taken out of the bundle before";
 }
 
 TEST_F(TamselPrefRelaunchTest, uninstallThatLeavesTheBundle_saysSo)

@@ -1,4 +1,5 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
+#include "Platform/Linux/Descriptor.h"
 #include "Tests/Classes/PrefPane/PaneFixture.h"
 #include "Tests/Support/WaitFor.h"
 
@@ -12,12 +13,45 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace fs = std::filesystem;
 
 namespace {
+
+/// What has been moved into a folder, over an earlier file or not, since this was made.
+class Replacements final
+{
+public:
+    explicit Replacements(const fs::path &folder)
+    {
+        // Without the leaving of the earlier name between them, two arrivals would be told as one.
+        EXPECT_GE(::inotify_add_watch(m_descriptor.get(), folder.c_str(), IN_MOVED_FROM | IN_MOVED_TO), 0);
+    }
+
+    int countOf(const std::string &name) const
+    {
+        alignas(inotify_event) std::array<char, 65536> buffer = {};
+        int count = 0;
+        for (ssize_t length; (length = ::read(m_descriptor.get(), buffer.data(), buffer.size())) > 0;) {
+            for (ssize_t at = 0; at < length;) {
+                const auto *const event = reinterpret_cast<const inotify_event *>(buffer.data() + at);
+                count += (event->mask & IN_MOVED_TO) && event->name == name;
+                at += ssize_t(sizeof(inotify_event) + event->len);
+            }
+        }
+        return count;
+    }
+
+private:
+    Descriptor m_descriptor{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
+};
 
 class TamselPrefTest : public PaneFixture
 {
@@ -70,9 +104,10 @@ TEST_F(TamselPrefTest, firstLoad_followsTheSequence)
 
 TEST_F(TamselPrefTest, laterLoad_runsNoFirstRunInitialisation)
 {
-    // The initialisation would store "firstRun" first; what is written shows that only the update setting was.
     writeSettings({{"firstRun", false}, {"checkUpdates", false}});
+    const Replacements replaced(supportFolder());
     load();
+    EXPECT_EQ(replaced.countOf("defaults.plist"), 2) << "written back when it is read, and with the update setting";
     PropertyList expected;
     expected.set("firstRun", false);
     expected.set("checkUpdates", false);

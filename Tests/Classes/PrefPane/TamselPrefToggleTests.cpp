@@ -161,11 +161,20 @@ TEST_F(TamselPrefToggleTest, withoutARunningHelper_launchesFirst)
 TEST_F(TamselPrefToggleTest, betweenStoringAndTelling_theHostIsNotEnded)
 {
     loadAndSelect();
-    int heldBack = -1;
+    const int callsBefore = termination.disableCalls();
+    int whileStoring = -1;
+    int whileTelling = -1;
     QObject::connect(PXDefaultsController::sharedDefaultsController(), &PXDefaultsController::helperActiveChanged,
-                     [&] { heldBack = termination.count(); });
+                     [&] { whileStoring = termination.count(); });
+    notingCenter.posting = [&](const std::string &name) {
+        EXPECT_EQ(name, "com.dovrane.pellix.active");
+        whileTelling = termination.count();
+    };
     pane().toggleActive(nullptr);
-    EXPECT_EQ(heldBack, 1);
+    notingCenter.posting = nullptr;
+    EXPECT_EQ(whileStoring, 1);
+    EXPECT_EQ(whileTelling, 1);
+    EXPECT_EQ(termination.disableCalls() - callsBefore, 1) << "in one piece";
     EXPECT_EQ(termination.count(), 0);
 }
 

@@ -98,6 +98,20 @@ TEST_F(CompressedFileWriterTest, copy_hasModeTimeAndAttributesOfTheFile)
     EXPECT_EQ(stringOf(*files.attribute(copy->path, "com.dovrane.note", Links::NotFollow)), "kept");
 }
 
+TEST_F(CompressedFileWriterTest, copyOfAnothersFile_belongsToHim)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "Only root gives files away.";
+    const Path file = make("text", CompressedSample::text(100000));
+    ASSERT_EQ(::chown(file.c_str(), 4001, 4002), 0);
+    const auto copy = m_writer.write(file);
+    ASSERT_TRUE(copy);
+    for (const Path &made : {copy->path, m_to / "._text"}) {
+        EXPECT_EQ(FileSystem::current().status(made)->owner, 4001u) << made;
+        EXPECT_EQ(FileSystem::current().status(made)->group, 4002u) << made;
+    }
+}
+
 TEST_F(CompressedFileWriterTest, whatIsNoPlainFile_isRefused)
 {
     const Path file = make("text", CompressedSample::text(100000));

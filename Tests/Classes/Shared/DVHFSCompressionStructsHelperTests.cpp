@@ -2,11 +2,17 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
+#include <numeric>
+#include <utility>
 
 using Helper = DVHFSCompressionStructsHelper;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
+
+/// Offset and length, in bytes.
+static constexpr std::pair<int, int> kFlippedInFooter[] = {{24, 2}, {26, 2}, {28, 2}, {30, 4}, {34, 4}};
 
 template <class T>
 static Bytes bytesIn(const T &structure)
@@ -51,7 +57,7 @@ TEST(DVHFSCompressionStructsHelper, resourceHeader_isThatOfAForkWithoutBlocks)
     Helper::flipRsrcHead(head.get());
     EXPECT_THAT(bytesIn(*head), ElementsAre(0, 0, 1, 0, 0, 0, 1, 8, 0, 0, 0, 8, 0, 0, 0, 50));
     Helper::flipRsrcHead(head.get());
-    EXPECT_EQ(head->mapOffset, 264u);
+    EXPECT_EQ(bytesIn(*head), bytesIn(*Helper::createResourceHeader()));
 }
 
 TEST(DVHFSCompressionStructsHelper, blockHead_flipped_keepsTheCountAsItIs)
@@ -64,6 +70,7 @@ TEST(DVHFSCompressionStructsHelper, blockHead_flipped_keepsTheCountAsItIs)
     EXPECT_THAT(bytesIn(*head), ElementsAre(1, 2, 3, 4, 8, 7, 6, 5));
     Helper::flipRsrcBlockHead(head.get());
     EXPECT_EQ(head->dataSize, 0x01020304u);
+    EXPECT_EQ(head->numBlocks, 0x05060708u);
 }
 
 TEST(DVHFSCompressionStructsHelper, block_flipped_isUnchanged)
@@ -113,4 +120,19 @@ TEST(DVHFSCompressionStructsHelper, footer_flipped_isTheResourceMapOfTheFile)
     EXPECT_THAT(bytesIn(*end), ElementsAreArray(expected));
     Helper::flipHFSPlusCmpfEnd(end.get());
     EXPECT_EQ(bytesIn(*end), built);
+}
+
+TEST(DVHFSCompressionStructsHelper, footer_flipped_changesTheseFieldsAndNoOther)
+{
+    Bytes numbered(sizeof(HFSPlusCmpfEnd));
+    std::iota(numbered.begin(), numbered.end(), std::uint8_t(1));
+    HFSPlusCmpfEnd end;
+    std::memcpy(&end, numbered.data(), numbered.size());
+    Helper::flipHFSPlusCmpfEnd(&end);
+    Bytes expected = numbered;
+    for (const auto &[offset, length] : kFlippedInFooter)
+        std::reverse(expected.begin() + offset, expected.begin() + offset + length);
+    EXPECT_EQ(bytesIn(end), expected);
+    Helper::flipHFSPlusCmpfEnd(&end);
+    EXPECT_EQ(bytesIn(end), numbered);
 }

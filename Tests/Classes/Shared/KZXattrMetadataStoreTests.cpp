@@ -140,6 +140,19 @@ TEST_F(KZXattrMetadataStoreTest, copy_ofNothing_isComplete)
     EXPECT_TRUE(copyExtendedAttributesFrom(m_folder / "none", m_folder / "none"));
 }
 
+TEST_F(KZXattrMetadataStoreTest, copy_fromOrToALink_neverTouchesItsTarget)
+{
+    const Path from = make("from");
+    const Path to = make("to");
+    ASSERT_TRUE(Store::setString("value", "key", from, false));
+    std::filesystem::create_symlink("from", m_folder / "linkToFrom");
+    std::filesystem::create_symlink("to", m_folder / "linkToTo");
+    EXPECT_TRUE(copyExtendedAttributesFrom(m_folder / "linkToFrom", to)) << "the link has none of its own";
+    EXPECT_THAT(Store::allKeysAtPath(to, false), IsEmpty());
+    EXPECT_FALSE(copyExtendedAttributesFrom(from, m_folder / "linkToTo"));
+    EXPECT_THAT(Store::allKeysAtPath(to, false), IsEmpty());
+}
+
 TEST_F(KZXattrMetadataStoreTest, copy_ofAFileWithADamagedCompanion_isNotComplete)
 {
     const Path from = make("from");
