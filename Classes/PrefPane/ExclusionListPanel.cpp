@@ -36,11 +36,10 @@ ExclusionListPanel::ExclusionListPanel(const QString &name, const Words &words, 
     m_entries->setWordWrap(false);
     m_count = new NoteLabel(this);
     m_count->setObjectName(name + QStringLiteral("Count"));
-    m_count->setMinimumHeight(2 * m_count->fontMetrics().lineSpacing());
     m_count->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_notice = new NoteLabel(this);
     m_notice->setObjectName(name + QStringLiteral("Notice"));
-    m_notice->hide();
+    showLines();
 
     auto *const top = new QHBoxLayout;
     top->addWidget(heading, 1);
@@ -119,12 +118,22 @@ void ExclusionListPanel::follow(ExclusionsArrayController *arranged)
 void ExclusionListPanel::setCount(const QString &sentence)
 {
     m_count->setText(sentence);
+    showLines();
 }
 
 void ExclusionListPanel::setNotice(const QString &sentence)
 {
     m_notice->setText(sentence);
-    m_notice->setVisible(!sentence.isEmpty());
+    showLines();
+}
+
+/// There is always room for two lines, so that the table keeps its size when the first is said.
+void ExclusionListPanel::showLines()
+{
+    const bool hasNotice = !m_notice->text().isEmpty();
+    m_notice->setVisible(hasNotice);
+    m_count->setVisible(!hasNotice || !m_count->text().isEmpty());
+    m_count->setMinimumHeight(hasNotice ? 0 : 2 * m_count->fontMetrics().lineSpacing());
 }
 
 void ExclusionListPanel::showState()

@@ -53,6 +53,7 @@ protected:
 private:
     QToolButton *makeButton(const QString &name, const QString &text, const QString &tip);
     void setUpTable(const QString &name, const Words &words);
+    void showLines();
     void showState();
 
     ExclusionsArrayController *m_arranged = nullptr;
