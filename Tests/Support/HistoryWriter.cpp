@@ -1,6 +1,6 @@
-// HistoryWriter STORE: opens the store as the helper does, then obeys one command a line and answers each with a line:
-// "add PATH", "remove PATH", "progress KEY STATUS SAVINGS", "lock", "unlock". What fails is answered with "failed
-// CODE".
+// HistoryWriter [--as-nobody] STORE: opens the store as the helper does, then obeys one command a line and answers each
+// with a line: "add PATH", "remove PATH", "progress KEY STATUS SAVINGS", "lock", "unlock". What fails is answered with
+// "failed CODE".
 #include "Platform/Services.h"
 #include "Tests/Support/HistoryFixture.h"
 
@@ -8,8 +8,13 @@
 
 #include <iostream>
 #include <sstream>
+#include <string>
+
+#include <unistd.h>
 
 namespace {
+
+constexpr uid_t kNobody = 65534;
 
 template <class T>
 std::string answer(const Result<T> &result)
@@ -36,7 +41,7 @@ public:
     std::string open()
     {
         Result<std::unique_ptr<HistoryDatabase>> database =
-            HistoryDatabase::open(m_store, HistoryFixture::seed(), HistoryFixture::model());
+            HistoryDatabase::open(m_store, HistoryFixture::seed(), m_model);
         if (!database)
             return answer(Result<void>(database.failure()));
         m_database = *std::move(database);
@@ -92,6 +97,7 @@ private:
     }
 
     Path m_store;
+    HistoryModel m_model = HistoryFixture::model();
     std::unique_ptr<HistoryDatabase> m_database;
     std::unique_ptr<SqliteConnection> m_lock;
 };
@@ -102,9 +108,13 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     installEngineServices();
-    if (argc != 2)
+    const bool asNobody = argc == 3 && std::string(argv[1]) == "--as-nobody";
+    if (argc != 2 && !asNobody)
         return 2;
-    Writer writer(argv[1]);
+    Writer writer(argv[argc - 1]);
+    // Not sooner: the program and what belongs to it may lie where only its owner gets.
+    if (asNobody && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
+        return 1;
     std::cout << writer.open() << std::endl;
     for (std::string line; std::getline(std::cin, line);)
         std::cout << writer.obey(line) << std::endl;

@@ -1,19 +1,14 @@
 #include "Tests/Support/WriterProcess.h"
 
-#include <unistd.h>
-
 static constexpr int kTimeoutMs = 20000;
-static constexpr uid_t kNobody = 65534;
 
 WriterProcess::WriterProcess(const Path &store, bool asNobody)
 {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QStringList arguments = {QString::fromStdString(store.native())};
     if (asNobody)
-        m_process.setChildProcessModifier([] {
-            if (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)
-                ::_exit(99);
-        });
-    m_process.start(QStringLiteral(TAMSEL_HISTORY_WRITER), {QString::fromStdString(store.native())});
+        arguments.prepend(QStringLiteral("--as-nobody"));
+    m_process.start(QStringLiteral(TAMSEL_HISTORY_WRITER), arguments);
     m_opening = line();
 }
 
