@@ -10,6 +10,10 @@
 static const char *const kFileName = "com.dovrane.Preferences.plist";
 static const char *const kLastPane = "LastPane";
 static const char *const kWindowGeometry = "WindowGeometry";
+static const char *const kTables = "Tables";
+static const char *const kColumnWidths = "ColumnWidths";
+static const char *const kSortColumn = "SortColumn";
+static const char *const kSortsDescending = "SortsDescending";
 
 HostSettings::HostSettings(Path path)
     : m_path(std::move(path))
@@ -47,6 +51,49 @@ void HostSettings::setWindowGeometry(const Bytes &geometry)
     if (geometry == windowGeometry())
         return;
     m_values.set(kWindowGeometry, geometry);
+    m_isChanged = true;
+}
+
+static int integer(const PropertyList *value, int other)
+{
+    constexpr std::uint64_t kMost = 1'000'000;
+    const auto *const number = value ? value->as<PropertyListInteger>() : nullptr;
+    return number && !number->isNegative && number->bits < kMost ? int(number->bits) : other;
+}
+
+TableState HostSettings::table(const std::string &name) const
+{
+    const PropertyList *const tables = m_values.find(kTables);
+    const PropertyList *const stored = tables ? tables->find(name) : nullptr;
+    TableState state;
+    if (!stored)
+        return state;
+    const PropertyList *const widths = stored->find(kColumnWidths);
+    if (const auto *const array = widths ? widths->as<PropertyList::Array>() : nullptr) {
+        for (const PropertyList &width : *array)
+            state.widths.push_back(integer(&width, 0));
+    }
+    state.sortColumn = integer(stored->find(kSortColumn), -1);
+    const PropertyList *const isDescending = stored->find(kSortsDescending);
+    const bool *const value = isDescending ? isDescending->as<bool>() : nullptr;
+    state.isDescending = value && *value;
+    return state;
+}
+
+void HostSettings::setTable(const std::string &name, const TableState &state)
+{
+    if (state == table(name))
+        return;
+    PropertyList::Array widths(state.widths.begin(), state.widths.end());
+    PropertyList stored;
+    stored.set(kColumnWidths, std::move(widths));
+    if (state.sortColumn >= 0)
+        stored.set(kSortColumn, state.sortColumn);
+    stored.set(kSortsDescending, state.isDescending);
+    const PropertyList *const before = m_values.find(kTables);
+    PropertyList tables = before && before->as<PropertyList::Dictionary>() ? *before : PropertyList();
+    tables.set(name, std::move(stored));
+    m_values.set(kTables, std::move(tables));
     m_isChanged = true;
 }
 

@@ -4,6 +4,17 @@
 #include "Platform/Types.h"
 
 #include <string>
+#include <vector>
+
+/// What a user has made of a table. A value.
+struct TableState
+{
+    std::vector<int> widths; ///< of its columns, in points; 0 for one that takes the room that is left
+    int sortColumn = -1;     ///< -1: not sorted
+    bool isDescending = false;
+
+    friend bool operator==(const TableState &, const TableState &) = default;
+};
 
 /// What the host remembers from one run to the next, in a property list of its own. A file that cannot be read is
 /// moved aside before a new one is written, never overwritten; keys that this version does not know are kept. Main
@@ -24,6 +35,10 @@ public:
     /// The window's place in the form of `QWidget::saveGeometry`; empty at first.
     Bytes windowGeometry() const;
     void setWindowGeometry(const Bytes &geometry);
+
+    /// What `setTable` was given under that name; empty widths and no order at first.
+    TableState table(const std::string &name) const;
+    void setTable(const std::string &name, const TableState &state);
 
     /// Writes the file where something has changed since it was read or written. A failure is logged.
     void save();

@@ -83,6 +83,8 @@ bool PanePage::load()
     m_view = scroll;
     m_layout->setCurrentIndex(m_layout->addWidget(m_view));
     m_isBroken = !attempt([this] { m_pane->mainViewDidLoad(); });
+    if (!m_isBroken)
+        Q_EMIT viewLoaded(view);
     return !m_isBroken;
 }
 

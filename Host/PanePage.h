@@ -34,6 +34,10 @@ public:
     /// Hands the request of a command line to the pane; does nothing while it is not loaded.
     void handleRequest(const std::string &request);
 
+Q_SIGNALS:
+    /// The pane has made its view and is ready to be shown.
+    void viewLoaded(QWidget *view);
+
 private:
     bool load();
     bool attempt(const std::function<void()> &call);

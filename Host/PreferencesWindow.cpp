@@ -45,6 +45,7 @@ PreferencesWindow::PreferencesWindow(std::vector<Path> folders, HostSettings &se
     : QWidget(parent)
     , m_folders(std::move(folders))
     , m_settings(settings)
+    , m_tables(settings)
     , m_grid(new PaneGrid)
     , m_stack(new QStackedWidget)
 {
@@ -243,6 +244,8 @@ PanePage &PreferencesWindow::show(Entry &entry)
     const Path path = entry.listing.path;
     if (!entry.page) {
         entry.page = new PanePage(text(entry.listing.name), [path] { return load(path); });
+        connect(entry.page, &PanePage::viewLoaded, this,
+                [this, name = entry.listing.identifier](QWidget *view) { m_tables.restore(name, *view); });
         m_stack->addWidget(entry.page);
     }
     PanePage &page = *entry.page;
@@ -278,6 +281,7 @@ void PreferencesWindow::updateHeader()
 void PreferencesWindow::remember(const std::string &pane)
 {
     const QByteArray geometry = saveGeometry();
+    m_tables.collect();
     m_settings.setLastPane(pane);
     m_settings.setWindowGeometry(Bytes(geometry.begin(), geometry.end()));
     m_settings.save();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/PaneCatalog.h"
+#include "Host/TableMemory.h"
 
 #include <QWidget>
 
@@ -69,6 +70,7 @@ private:
 
     std::vector<Path> m_folders;
     HostSettings &m_settings;
+    TableMemory m_tables;
     std::vector<Entry> m_entries;
     std::vector<Path> m_visited; ///< what `goBack` leads to; an empty path is the overview
     PanePage *m_current = nullptr;

@@ -36,6 +36,9 @@ public:
     /// Calls `changed` on the main thread when the answer of `isRunning` for that identifier changes.
     virtual void watchRunning(const std::string &bundleIdentifier, std::function<void(bool)> changed) = 0;
 
+    /// Calls `changed` on the main thread when volumes have been mounted or unmounted, once for what happens together.
+    virtual void watchVolumes(std::function<void()> changed) = 0;
+
     /// Opens a web page or a file with the user's preferred program.
     virtual Result<void> openUrl(const std::string &url) = 0;
 };

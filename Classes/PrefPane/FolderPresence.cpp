@@ -1,10 +1,14 @@
 #include "Classes/PrefPane/FolderPresence.h"
 
+#include <chrono>
 #include <filesystem>
 #include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+// A folder that was moved away and put back announces nothing.
+static constexpr std::chrono::seconds kPauseWhileMissing{3};
 
 /// What the thread knows of whom it works for. It may outlive it.
 struct FolderPresence::Owner
@@ -18,6 +22,9 @@ FolderPresence::FolderPresence(QObject *parent)
     , m_owner(std::make_shared<Owner>())
 {
     m_owner->presence = this;
+    m_again.setSingleShot(true);
+    m_again.setInterval(kPauseWhileMissing);
+    connect(&m_again, &QTimer::timeout, this, &FolderPresence::lookAgain);
 }
 
 FolderPresence::~FolderPresence()
@@ -28,10 +35,12 @@ FolderPresence::~FolderPresence()
 
 void FolderPresence::look(std::vector<std::string> paths)
 {
+    m_paths = std::move(paths);
+    m_again.stop();
     if (m_isLooking)
-        m_next = std::move(paths);
+        m_next = m_paths;
     else
-        begin(std::move(paths));
+        begin(m_paths);
 }
 
 static std::set<std::string> missingOf(const std::vector<std::string> &paths)
@@ -63,6 +72,8 @@ void FolderPresence::finish(std::set<std::string> missing)
     m_isLooking = false;
     if (auto next = std::exchange(m_next, std::nullopt))
         begin(*std::move(next));
+    else if (!missing.empty())
+        m_again.start();
     if (std::exchange(m_missing, std::move(missing)) != m_missing)
         Q_EMIT changed();
 }

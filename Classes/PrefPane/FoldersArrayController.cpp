@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/FoldersArrayController.h"
 
 #include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
+#include "Classes/PrefPane/ToolTips.h"
 #include "Classes/Shared/LastPathComponentCompare.h"
 #include "Classes/Shared/map.h"
 
@@ -150,7 +151,7 @@ QVariant FoldersArrayController::data(const QModelIndex &index, int role) const
     case Qt::AccessibleTextRole:
         return spoken(index);
     case Qt::ToolTipRole:
-        return QString::fromStdString(entry.path);
+        return tip(index);
     case StateRole:
         return cell(index).state;
     case MissingRole:
@@ -171,6 +172,20 @@ QVariant FoldersArrayController::displayed(const HistoryEntry &entry, int column
         return entry.status;
     default:
         return QVariant::fromValue<qulonglong>(entry.savings);
+    }
+}
+
+/// What a cell cannot show: a path that is cut off, the exact number of bytes.
+QString FoldersArrayController::tip(const QModelIndex &index) const
+{
+    const HistoryEntry &entry = m_arranged[static_cast<std::size_t>(index.row())];
+    switch (index.column()) {
+    case StatusColumn:
+        return cell(index).isEnabled ? tr("%1 % looked through").arg(std::min(entry.status, 100U)) : QString();
+    case SavingsColumn:
+        return exactSize(entry.savings);
+    default:
+        return plainToolTip(QString::fromStdString(entry.path));
     }
 }
 

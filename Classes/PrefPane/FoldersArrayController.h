@@ -47,6 +47,9 @@ public:
     /// The entries to arrange. Rows that stay as many keep their selection, by their places.
     void setContent(const std::vector<HistoryEntry> &content);
 
+    /// Finds out anew which folders are missing; the rows change when that is known.
+    void lookForFolders() { m_presence.lookAgain(); }
+
     /// The entries in the order of the rows.
     const std::vector<HistoryEntry> &arrangedObjects() const { return m_arranged; }
 
@@ -81,6 +84,7 @@ private:
     HistoryCell cell(const QModelIndex &index) const;
     void announceChange();
     QVariant displayed(const HistoryEntry &entry, int column) const;
+    QString tip(const QModelIndex &index) const;
     QString spoken(const QModelIndex &index) const;
 
     const FoldersTableRules *m_rules = nullptr;

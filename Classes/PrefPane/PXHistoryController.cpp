@@ -6,6 +6,7 @@
 #include "Classes/Util/PXUtil.h"
 #include "Platform/Bundle.h"
 #include "Platform/HostApplication.h"
+#include "Platform/Workspace.h"
 
 #include <QHeaderView>
 
@@ -21,6 +22,9 @@ void PXHistoryController::init()
     m_lockedStoreTimer.setSingleShot(true);
     m_lockedStoreTimer.setInterval(kLockedStoreRetry);
     connect(&m_lockedStoreTimer, &QTimer::timeout, this, [this] { savingsNeedRefreshing({}); });
+    // A disk that is plugged in again may bring a folder back, at another place perhaps.
+    Workspace::current().watchVolumes([this] { Q_EMIT foldersChanged(); });
+    connect(&m_folderPlaces, &FolderPlaces::changed, this, &PXHistoryController::foldersChanged);
     refreshTotalSavings();
     updatePreviousSavings();
     connect(this, &PXHistoryController::foldersChanged, this, &PXHistoryController::updatePreviousSavings);

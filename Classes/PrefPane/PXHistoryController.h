@@ -2,6 +2,7 @@
 
 #include "Classes/PrefPane/AddFoldersRequest.h"
 #include "Classes/PrefPane/DVTableView.h"
+#include "Classes/PrefPane/FolderPlaces.h"
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/HistoryContext.h"
 #include "Classes/PrefPane/HistoryEntry.h"
@@ -135,6 +136,7 @@ private:
     QPointer<DVTableView> m_foldersTableView;
     QPointer<FoldersArrayController> m_foldersArrayController;
     HistoryPredicate m_foldersFilter;
+    FolderPlaces m_folderPlaces;
     ByteCount m_totalSavings = 0;
     ByteCount m_previousSavings = 0;
     std::vector<HistoryEntry> m_historyArray;

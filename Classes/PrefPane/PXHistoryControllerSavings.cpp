@@ -4,7 +4,6 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/Shared/RQAlias.h"
 #include "Classes/Shared/isDirectory.h"
-#include "Classes/Shared/stringWithFileSystemRepresentation.h"
 
 #include <utility>
 
@@ -74,13 +73,16 @@ void PXHistoryController::readLockedStoreLater()
         m_lockedStoreTimer.stop();
 }
 
+static HistoryEntry entryAt(const HistoryRecord &record, const std::string &place)
+{
+    return {HistoryEntry::kFolderSortID, place, place, record.status, record.savings, record.isEnabled};
+}
+
 std::optional<HistoryEntry> PXHistoryController::historyEntryFor(const HistoryRecord *record)
 {
     if (!record)
         return std::nullopt;
-    const Path folder = directoryOf(aliasOf(record->alias)).value_or(Path(record->folder));
-    const std::string path = stringByCanonicalizingPath(folder).native();
-    return HistoryEntry{HistoryEntry::kFolderSortID, path, path, record->status, record->savings, record->isEnabled};
+    return entryAt(*record, FolderPlaces::placeOf(*record));
 }
 
 HistoryEntry PXHistoryController::historyEntryForSavings(ByteCount savings)
@@ -100,10 +102,9 @@ void PXHistoryController::readHistory()
     if (!context)
         return;
     const std::vector<HistoryRecord> records = context->executeFetchRequest(&m_foldersFilter);
-    for (const HistoryRecord &record : records) {
-        if (std::optional<HistoryEntry> entry = historyEntryFor(&record))
-            m_historyArray.push_back(*std::move(entry));
-    }
+    const std::vector<std::string> places = m_folderPlaces.placesOf(records);
+    for (std::size_t i = 0; i < records.size(); ++i)
+        m_historyArray.push_back(entryAt(records[i], places[i]));
 }
 
 std::vector<Bytes> PXHistoryController::folderAliases()

@@ -6,6 +6,7 @@
 #include "Classes/PrefPane/FoldersTableDelegate.h"
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
+#include "Classes/PrefPane/ToolTips.h"
 #include "Platform/Bundle.h"
 #include "Resources/ui_TamselPref.h"
 
@@ -133,6 +134,14 @@ void TamselPrefView::followFolders(FoldersArrayController *folders)
     showState();
 }
 
+void TamselPrefView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    // Whoever comes back to the window may have moved a folder meanwhile.
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_folders)
+        m_folders->lookForFolders();
+}
+
 bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != m_ui->foldersTableView || event->type() != QEvent::KeyPress)
@@ -152,6 +161,7 @@ bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
 void TamselPrefView::setTotalSavings(quint64 byteCount)
 {
     m_ui->totalSavingsTextField->setText(PXSizeToPrettySizeTransformer().transformedValue(byteCount));
+    m_ui->totalSavingsTextField->setToolTip(exactSize(byteCount));
 }
 
 static QString sentenceOn(const FolderRefusal &refusal)
@@ -182,7 +192,7 @@ void TamselPrefView::setRefusals(const std::vector<FolderRefusal> &refusals)
         line += QLatin1Char(' ') + (sentences.size() == 2 ? tr("And one more was not.")
                                                           : tr("And %1 more were not.").arg(sentences.size() - 1));
     m_ui->refusalsLabel->setText(line);
-    m_ui->refusalsLabel->setToolTip(sentences.join(u'\n').toHtmlEscaped());
+    m_ui->refusalsLabel->setToolTip(plainToolTip(sentences.join(u'\n')));
     m_ui->refusalsLabel->setVisible(!sentences.isEmpty());
 }
 
@@ -213,7 +223,7 @@ void TamselPrefView::showState()
     const int count = folderCount();
     m_ui->folderCountLabel->setText(count == 1 ? tr("1 folder") : tr("%1 folders").arg(count));
     m_ui->folderCountLabel->setVisible(count > 0);
-    m_ui->removeFolderButton->setEnabled(m_folders && !m_folders->selectionIndexes().empty());
+    m_ui->removeFolderButton->setEnabled(m_folders && m_folders->selectionModel()->hasSelection());
     const bool isActive = m_settings && m_settings->helperActive();
     if (!isActive)
         m_ui->stateLabel->setText(tr("Switched off. The helper rests and ends when you leave this pane."));

@@ -58,6 +58,9 @@ Q_SIGNALS:
     void autorunAtLoginChosen(bool autorun);
     void visibleChosen(bool visible);
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     void connectBoxes();
     void loadIcons(const Bundle &bundle);

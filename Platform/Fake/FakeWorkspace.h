@@ -18,6 +18,7 @@ public:
     Result<std::shared_ptr<RunningApplication>> launchApplication(const Path &bundle) override;
     bool isRunning(const std::string &bundleIdentifier) const override;
     void watchRunning(const std::string &bundleIdentifier, std::function<void(bool)> changed) override;
+    void watchVolumes(std::function<void()> changed) override { m_volumeWatchers.push_back(std::move(changed)); }
     Result<void> openUrl(const std::string &url) override;
 
     /// The bundles launched and the addresses opened so far, in order.
@@ -29,6 +30,13 @@ public:
 
     /// As if a process that was started elsewhere came or went.
     void setRunningElsewhere(const std::string &bundleIdentifier, bool isRunning);
+
+    /// As if a volume was mounted or unmounted.
+    void changeVolumes() const
+    {
+        for (const auto &watcher : m_volumeWatchers)
+            watcher();
+    }
 
     /// Which call of `launchApplication` or `openUrl` fails.
     FailureSchedule failures;
@@ -44,4 +52,5 @@ private:
     std::set<std::string> m_runningElsewhere;
     std::map<std::string, std::vector<std::function<void(bool)>>> m_watchers;
     std::map<std::string, bool> m_told;
+    std::vector<std::function<void()>> m_volumeWatchers;
 };

@@ -49,6 +49,29 @@ TEST_F(HostSettingsTest, defaultPath_isInTheUsersConfiguration)
     EXPECT_EQ(HostSettings::defaultPath(), PrivateHome::current().home() / ".config/com.dovrane.Preferences.plist");
 }
 
+TEST_F(HostSettingsTest, tables_areReadAgainEachUnderItsName)
+{
+    HostSettings first(path);
+    EXPECT_EQ(first.table("pane/table"), TableState());
+    first.setTable("pane/table", {{180, 0, 72}, 3, true});
+    first.setTable("pane/other", {{50}, -1, false});
+    first.setTable("pane/table", {{190, 0, 72}, 2, false});
+    first.save();
+    const HostSettings second(path);
+    EXPECT_EQ(second.table("pane/table"), (TableState{{190, 0, 72}, 2, false}));
+    EXPECT_EQ(second.table("pane/other"), (TableState{{50}, -1, false}));
+}
+
+TEST_F(HostSettingsTest, tables_ofAnotherForm_areNone)
+{
+    write(path, "<plist version=\"1.0\"><dict><key>Tables</key><dict><key>a</key><dict><key>ColumnWidths</key><array>"
+                "<string>x</string><integer>-5</integer><integer>99999999999</integer><integer>70</integer></array>"
+                "<key>SortColumn</key><true/></dict><key>b</key><array/></dict></dict></plist>");
+    const HostSettings settings(path);
+    EXPECT_EQ(settings.table("a"), (TableState{{0, 0, 0, 70}, -1, false}));
+    EXPECT_EQ(settings.table("b"), TableState());
+}
+
 TEST_F(HostSettingsTest, save_isReadAgain)
 {
     HostSettings first(path);

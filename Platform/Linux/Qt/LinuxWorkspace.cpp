@@ -3,6 +3,7 @@
 #include "Platform/Bundle.h"
 #include "Platform/Linux/Qt/BusNameWatch.h"
 #include "Platform/Linux/Qt/LaunchedApplication.h"
+#include "Platform/Linux/Qt/MountWatch.h"
 #include "Platform/Linux/Qt/SessionBus.h"
 #include "Platform/UserFolders.h"
 
@@ -86,6 +87,13 @@ bool LinuxWorkspace::isRunning(const std::string &bundleIdentifier) const
 void LinuxWorkspace::watchRunning(const std::string &bundleIdentifier, std::function<void(bool)> changed)
 {
     kind(bundleIdentifier).watchers.push_back(std::move(changed));
+}
+
+void LinuxWorkspace::watchVolumes(std::function<void()> changed)
+{
+    if (!m_mounts)
+        m_mounts = std::make_unique<MountWatch>();
+    QObject::connect(m_mounts.get(), &MountWatch::changed, std::move(changed));
 }
 
 void LinuxWorkspace::update(const std::string &bundleIdentifier)

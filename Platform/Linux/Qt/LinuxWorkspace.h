@@ -9,6 +9,7 @@
 
 class BusNameWatch;
 class LaunchedApplication;
+class MountWatch;
 struct DetachedProcess;
 class SessionBus;
 
@@ -23,6 +24,7 @@ public:
     Result<std::shared_ptr<RunningApplication>> launchApplication(const Path &bundle) override;
     bool isRunning(const std::string &bundleIdentifier) const override;
     void watchRunning(const std::string &bundleIdentifier, std::function<void(bool)> changed) override;
+    void watchVolumes(std::function<void()> changed) override;
     Result<void> openUrl(const std::string &url) override;
 
 private:
@@ -42,5 +44,6 @@ private:
     std::shared_ptr<LaunchedApplication> keep(const std::string &bundleIdentifier, DetachedProcess process);
 
     SessionBus &m_bus;
+    std::unique_ptr<MountWatch> m_mounts;        ///< made when somebody asks for it
     mutable std::map<std::string, Kind> m_kinds; ///< asking for one begins to watch it
 };

@@ -52,6 +52,23 @@ TEST_F(FolderPresenceTest, look_tellsWhatIsMissingAndWhatHasComeBack)
     EXPECT_TRUE(presence.isMissing(there));
 }
 
+TEST_F(FolderPresenceTest, missing_comesBackByItself)
+{
+    presence.look({there, gone});
+    ASSERT_TRUE(untilChanges(1));
+    fs::create_directory(gone);
+    ASSERT_TRUE(untilChanges(2));
+    EXPECT_FALSE(presence.isMissing(gone));
+}
+
+TEST_F(FolderPresenceTest, lookAgain_looksAtTheSamePaths)
+{
+    presence.look({there});
+    fs::remove(there);
+    ASSERT_TRUE(waitFor([&] { return presence.lookAgain(), changes == 1; }));
+    EXPECT_TRUE(presence.isMissing(there));
+}
+
 TEST_F(FolderPresenceTest, look_askedForWhileLooking_theLastIsDone)
 {
     for (int i = 0; i < 20; ++i)

@@ -141,6 +141,19 @@ TEST_F(FoldersArrayControllerTest, rules_disabledRow_isNeitherEnabledNorSelectab
     EXPECT_TRUE(m_array.index(0, 0).data(FoldersArrayController::StateRole).toBool());
 }
 
+TEST_F(FoldersArrayControllerTest, toolTips_sayWhatDoesNotFit)
+{
+    QLocale::setDefault(QLocale(QLocale::English));
+    m_array.setContent({folder("/a/b", 140, 1500000), folder("/<b>x</b>", 1, 1)});
+    const auto tip = [&](int row, int column) { return m_array.index(row, column).data(Qt::ToolTipRole).toString(); };
+    EXPECT_EQ(tip(0, 0), QStringLiteral("/a/b"));
+    EXPECT_EQ(tip(0, 1), QStringLiteral("/a/b"));
+    EXPECT_EQ(tip(0, 2), QStringLiteral("100 % looked through"));
+    EXPECT_EQ(tip(0, 3), QStringLiteral("1,500,000 bytes"));
+    EXPECT_TRUE(tip(1, 1).contains(QStringLiteral("/&lt;b&gt;x&lt;/b&gt;"))) << "it is shown as it stands";
+    EXPECT_EQ(tip(1, 3), QStringLiteral("1 byte"));
+}
+
 TEST_F(FoldersArrayControllerTest, accessibleText_saysWhatIsSeen)
 {
     const LastRowIsOther rules(m_array);

@@ -68,6 +68,7 @@ public:
     Result<std::shared_ptr<RunningApplication>> launchApplication(const Path &bundle) override;
     bool isRunning(const std::string &identifier) const override { return m_workspace.isRunning(identifier); }
     void watchRunning(const std::string &identifier, std::function<void(bool)> changed) override;
+    void watchVolumes(std::function<void()> changed) override { m_workspace.watchVolumes(std::move(changed)); }
     Result<void> openUrl(const std::string &url) override { return m_workspace.openUrl(url); }
 
 private:

@@ -10,6 +10,8 @@
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Tests/Classes/PrefPane/PaneFixture.h"
 #include "Tests/Support/HistoryFixture.h"
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -299,6 +301,24 @@ TEST_F(TamselPrefViewTest, emptyList_saysHowToBegin_untilThereIsAFolder)
     EXPECT_EQ(text("folderCountLabel"), "1 folder");
 }
 
+TEST_F(TamselPrefViewTest, missingFolder_staysOnTheListAndComesBackWithItsVolume)
+{
+    const fs::path disk = PrivateHome::current().makeFolder("disk");
+    fs::create_directories(disk / "folder");
+    record((disk / "folder").native(), 40, 2000);
+    show();
+    const QModelIndex row = pane().foldersTableView()->model()->index(0, 0);
+    const auto isMissing = [&] { return row.data(FoldersArrayController::MissingRole).toBool(); };
+    fs::rename(disk, disk.native() + "-unplugged");
+    workspace.changeVolumes();
+    ASSERT_TRUE(waitFor(isMissing));
+    EXPECT_EQ(pane().foldersTableView()->model()->rowCount(), 1);
+    EXPECT_EQ(text("folderCountLabel"), "1 folder");
+    fs::rename(disk.native() + "-unplugged", disk);
+    workspace.changeVolumes();
+    EXPECT_TRUE(waitFor([&] { return !isMissing(); }));
+}
+
 TEST_F(TamselPrefViewTest, refusedFolders_areNamedBelowTheTable)
 {
     using Reason = FolderRefusal::Reason;
@@ -313,7 +333,7 @@ TEST_F(TamselPrefViewTest, refusedFolders_areNamedBelowTheTable)
     ASSERT_TRUE(database->setRefusals({{"/usr", Reason::System}, {"/<b>", Reason::Missing}, {"/", Reason::WholeDisk}}));
     hear("pellixSavingsChanged");
     EXPECT_EQ(text("refusalsLabel"), "“/usr” was not added: it belongs to the system. And 2 more were not.");
-    EXPECT_THAT(line.toolTip().toStdString(), HasSubstr("/&lt;b&gt;"));
+    EXPECT_THAT(line.toolTip().toStdString(), HasSubstr("“/<b>” was not added: there is no such folder."));
     ASSERT_TRUE(database->setRefusals({}));
     hear("pellixSavingsChanged");
     EXPECT_FALSE(line.isVisible());
