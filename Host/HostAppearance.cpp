@@ -1,7 +1,8 @@
 #include "Host/HostAppearance.h"
 
+#include "Host/HostStyle.h"
+
 #include <QApplication>
-#include <QStyleFactory>
 
 #include <utility>
 
@@ -62,6 +63,6 @@ void HostAppearance::apply(Appearance appearance)
         return;
     }
     m_isApplied = true;
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new HostStyle);
     QApplication::setPalette(wantsDark ? darkPalette() : lightPalette());
 }

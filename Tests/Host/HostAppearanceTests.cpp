@@ -3,6 +3,8 @@
 #include "Platform/Fake/FakeDesktopAppearance.h"
 
 #include <QApplication>
+#include <QCheckBox>
+#include <QLineEdit>
 #include <QWidget>
 
 #include <gtest/gtest.h>
@@ -88,6 +90,26 @@ TEST_F(HostAppearanceTest, bothAppearances_haveReadableText)
         for (const auto &[text, ground] : rows) {
             EXPECT_GE(contrast(palette.color(text), palette.color(ground)), 4.0)
                 << "roles " << text << " on " << ground << (asked == Appearance::Dark ? ", dark" : ", light");
+        }
+    }
+}
+
+TEST_F(HostAppearanceTest, fieldsAndBoxes_inLightAndDark_haveEdgesToBeSeen)
+{
+    for (const Appearance wanted : {Appearance::Dark, Appearance::Light}) {
+        const HostAppearance appearance(wanted);
+        QWidget window;
+        QCheckBox box(&window);
+        QLineEdit field(&window);
+        for (QWidget *const widget : {static_cast<QWidget *>(&box), static_cast<QWidget *>(&field)}) {
+            widget->resize(widget->sizeHint());
+            const QImage image = widget->grab().toImage();
+            const int middle = image.height() / 2;
+            double best = 1;
+            for (int x = 0; x < 6; ++x)
+                best = std::max(best,
+                                contrast(image.pixelColor(x, middle), QApplication::palette().color(QPalette::Window)));
+            EXPECT_GE(best, wanted == Appearance::Dark ? 3 : 1.5) << widget->metaObject()->className();
         }
     }
 }
