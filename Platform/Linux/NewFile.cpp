@@ -28,8 +28,9 @@ static std::string nameOf(std::uint64_t number)
 /// The destination's name itself may fill the 255 bytes already; this is its FNV-1a of 64 bits.
 static std::string ownName(const Path &destination, int which)
 {
+    const std::string name = destination.filename().native();
     std::uint64_t number = 14695981039346656037u;
-    for (const char byte : destination.filename().native())
+    for (const char byte : name)
         number = (number ^ std::uint8_t(byte)) * 1099511628211u;
     return nameOf(number + std::uint64_t(which));
 }
