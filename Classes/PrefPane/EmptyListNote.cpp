@@ -1,35 +1,48 @@
 #include "Classes/PrefPane/EmptyListNote.h"
 
 #include "Classes/PrefPane/NoteLabel.h"
+#include "Classes/PrefPane/PaneColors.h"
 
 #include <QEvent>
 #include <QLabel>
+#include <QPainter>
+#include <QStyle>
 #include <QTableView>
 #include <QVBoxLayout>
+
+static constexpr QSize kIconSize(48, 48);
+static constexpr int kWidth = 360;
 
 EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation, QTableView *table)
     : QWidget(table->viewport())
     , m_table(table)
     , m_spoken(heading + QStringLiteral(". ") + explanation)
 {
-    auto *const title = new QLabel(heading, this);
+    m_words = new QWidget(this);
+    auto *const icon = new QLabel(m_words);
+    icon->setPixmap(style()->standardIcon(QStyle::SP_DirIcon).pixmap(kIconSize, devicePixelRatioF()));
+    icon->setAlignment(Qt::AlignCenter);
+    auto *const title = new QLabel(heading, m_words);
     QFont bold = font();
     bold.setBold(true);
     bold.setPointSizeF(bold.pointSizeF() * 1.2);
     title->setFont(bold);
     title->setAlignment(Qt::AlignCenter);
-    auto *const text = new NoteLabel(this);
+    auto *const text = new NoteLabel(m_words);
     text->setText(explanation);
     text->setAlignment(Qt::AlignCenter);
     setAttribute(Qt::WA_TransparentForMouseEvents); // what is dropped goes to the table
 
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(48, 12, 48, 12);
+    auto *const column = new QVBoxLayout(m_words);
+    column->setContentsMargins(32, 22, 32, 24);
     column->setSpacing(8);
-    column->addStretch(2);
+    column->addWidget(icon);
     column->addWidget(title);
     column->addWidget(text);
-    column->addStretch(3);
+    auto *const place = new QVBoxLayout(this);
+    place->setContentsMargins(12, 12, 12, 12);
+    place->addWidget(m_words, 0, Qt::AlignCenter);
+    m_words->setFixedWidth(kWidth);
     table->viewport()->installEventFilter(this);
     showOrHide();
 }
@@ -41,6 +54,16 @@ void EmptyListNote::follow(const QAbstractItemModel *model)
     connect(model, &QAbstractItemModel::rowsRemoved, this, &EmptyListNote::showOrHide);
     connect(model, &QAbstractItemModel::modelReset, this, &EmptyListNote::showOrHide);
     showOrHide();
+}
+
+void EmptyListNote::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPen pen(blended(palette().color(QPalette::Text), palette().color(QPalette::Base), 0.3), 1.5);
+    pen.setDashPattern({5, 4});
+    painter.setPen(pen);
+    painter.drawRoundedRect(QRectF(m_words->geometry()).adjusted(1, 1, -1, -1), 10, 10);
 }
 
 bool EmptyListNote::eventFilter(QObject *watched, QEvent *event)

@@ -19,10 +19,15 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+protected:
+    /// Draws the outline of a place where things can be dropped.
+    void paintEvent(QPaintEvent *event) override;
+
 private:
     void showOrHide();
 
     QTableView *m_table;
+    QWidget *m_words = nullptr; ///< heading and explanation
     QString m_spoken;
     const QAbstractItemModel *m_model = nullptr;
 };

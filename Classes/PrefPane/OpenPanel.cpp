@@ -17,6 +17,10 @@ OpenPanel::OpenPanel(Choose kind, QWidget *parent)
     setOption(ShowDirsOnly, kind == Choose::Folders);
     setDirectory(QDir::home());
     setLabelText(Accept, tr("Add"));
+    for (const char *name : {"fileTypeLabel", "fileTypeCombo"}) {
+        if (auto *const widget = findChild<QWidget *>(QLatin1String(name)); widget && kind == Choose::Folders)
+            widget->hide(); // there are no types of folders
+    }
     if (auto *const details = findChild<QTreeView *>(QStringLiteral("treeView")))
         details->setSelectionMode(QAbstractItemView::ExtendedSelection);
     if (auto *const rows = findChild<QListView *>(QStringLiteral("listView"))) {

@@ -50,6 +50,21 @@ bool VirtualDisplay::click(const std::string &title, const QPoint &point)
                              << QStringLiteral("1"));
 }
 
+bool VirtualDisplay::press(const QStringList &keys)
+{
+    return run(QStringList{QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("60")} + keys);
+}
+
+bool VirtualDisplay::type(const std::string &text)
+{
+    return run({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), QString::fromStdString(text)});
+}
+
+bool VirtualDisplay::isShown(const std::string &title)
+{
+    return run(search(title));
+}
+
 bool VirtualDisplay::run(const QStringList &arguments, QByteArray *said)
 {
     QProcess process;

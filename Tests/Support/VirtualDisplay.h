@@ -25,6 +25,13 @@ public:
     /// Clicks with the pointer at this point of the window with such a title; answers whether there is one.
     bool click(const std::string &title, const QPoint &point);
 
+    /// Presses keys, each named as X names it ("Return", "ctrl+v"), in the window that is active.
+    bool press(const QStringList &keys);
+    bool type(const std::string &text);
+
+    /// Whether a window with such a title is shown.
+    bool isShown(const std::string &title);
+
     /// Runs xdotool with these arguments on the display and answers whether it succeeded; `said` gets what it wrote.
     bool run(const QStringList &arguments, QByteArray *said = nullptr);
 
