@@ -189,6 +189,8 @@ bool Expansion::inflateBlock(const HFSPlusCmpfRsrcBlock &block, ByteCount &posit
     const std::string unreadable = "Could not read source data";
     if (block.blockSize > m_packed.size())
         return failWithError(Outcome::BlockUnreadable, kCannotRead, unreadable);
+    if (block.blockSize == 0) // of which a table can claim hundreds of millions
+        return true;
     const std::span<std::uint8_t> place = std::span(m_packed).first(block.blockSize);
     const Result<std::size_t> got = m_blocks->fork().readAt(position, place);
     if (!got)

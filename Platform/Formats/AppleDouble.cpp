@@ -6,7 +6,6 @@
 #include <set>
 
 static constexpr std::size_t kMostEntries = 64;
-static constexpr ByteCount kLargestAttributes = ByteCount{16} << 20;
 
 static Failure corrupt(const std::string &what)
 {
@@ -65,16 +64,14 @@ static Result<AppleDoubleLayout::Attribute> readAttribute(BigEndianReader &table
 /// Reads what stands behind the Finder information: nothing, zeros, or the table of attributes.
 static Result<void> readAttributes(const ReadableFork &file, ByteRange tail, AppleDoubleLayout &layout)
 {
-    if (tail.length > kLargestAttributes)
-        return corrupt("its attributes are larger than they may be");
-    const Result<Bytes> bytes = readExactly(file, tail);
+    const Result<Bytes> bytes = readExactly(file, {tail.offset, std::min(tail.length, kLargestAttributeTable)});
     if (!bytes)
         return bytes.failure();
     BigEndianReader table(*bytes);
     table.take(kAttributesPadding);
     if (table.read<std::uint32_t>() != kAttributesMagic) {
-        layout.isWhollyUnderstood =
-            std::all_of(bytes->begin(), bytes->end(), [](std::uint8_t byte) { return byte == 0; });
+        layout.isWhollyUnderstood = bytes->size() == tail.length &&
+                                    std::all_of(bytes->begin(), bytes->end(), [](auto byte) { return byte == 0; });
         return {};
     }
     // Debug tag, total size, data start, data length, reserved and flags: every value says itself where it lies.

@@ -27,6 +27,7 @@ inline constexpr std::size_t kAttributesPadding = 2;          // before the tabl
 inline constexpr std::size_t kAttributesHeaderSize = 36;
 inline constexpr std::size_t kAttributeSize = 11; // without the name
 inline constexpr std::size_t kLongestAttributeName = 254;
+inline constexpr ByteCount kLargestAttributeTable = ByteCount{64} << 10; // with its padding and header, as Macs have it
 
 /// Where everything lies in a companion. Values are read when they are wanted, since a small file can claim many
 /// overlapping large ones.

@@ -31,8 +31,9 @@ static Result<Bytes> finderEntry(const AppleDoubleContent &content, std::size_t 
         dataStart += (kAttributeSize + attribute.name.size() + 1 + 3) / 4 * 4;
         dataLength += attribute.value.size();
     }
-    if (content.attributes.size() > 0xFFFF || dataStart > kLargestOffset || dataLength > kLargestOffset - dataStart)
+    if (dataStart - offset - kFinderInformationSize > kLargestAttributeTable || dataLength > kLargestOffset - dataStart)
         return tooLarge("the attributes");
+    entry.reserve(std::size_t(dataStart + dataLength) - offset);
     entry.resize(kFinderInformationSize + kAttributesPadding);
     appendBigEndian(entry, kAttributesMagic);
 
@@ -59,33 +60,24 @@ static Result<Bytes> finderEntry(const AppleDoubleContent &content, std::size_t 
     return entry;
 }
 
-Result<Bytes> appleDoubleHead(const AppleDoubleContent &content, ByteCount forkLength)
-{
-    const bool hasFinderEntry = content.finderInformation || !content.attributes.empty();
-    const std::size_t count = content.others.size() + (hasFinderEntry ? 1 : 0) + (forkLength > 0 ? 1 : 0);
-    const std::size_t bodyOffset = kAppleDoubleHeaderSize + count * kAppleDoubleEntrySize;
-    std::vector<AppleDoubleContent::Entry> entries;
-    if (hasFinderEntry) {
-        Result<Bytes> entry = finderEntry(content, bodyOffset);
-        if (!entry)
-            return entry.failure();
-        entries.push_back({kFinderInformationEntry, std::move(*entry)});
-    }
-    entries.insert(entries.end(), content.others.begin(), content.others.end());
+using Entries = std::vector<const AppleDoubleContent::Entry *>;
 
+/// Header and table, in which the fork comes last if it has any length, and then what the entries hold.
+static Result<Bytes> headOf(const Entries &entries, std::size_t count, ByteCount forkLength)
+{
     Bytes head;
     appendBigEndian(head, kAppleDoubleMagic);
     appendBigEndian(head, kAppleDoubleVersion);
     head.resize(head.size() + 16);
     appendBigEndian(head, std::uint16_t(count));
-    ByteCount offset = bodyOffset;
-    for (const auto &entry : entries) {
-        if (entry.content.size() > kLargestOffset - offset)
+    ByteCount offset = kAppleDoubleHeaderSize + count * kAppleDoubleEntrySize;
+    for (const AppleDoubleContent::Entry *entry : entries) {
+        if (entry->content.size() > kLargestOffset - offset)
             return tooLarge("its entries");
-        appendBigEndian(head, entry.identifier);
+        appendBigEndian(head, entry->identifier);
         appendBigEndian(head, std::uint32_t(offset));
-        appendBigEndian(head, std::uint32_t(entry.content.size()));
-        offset += entry.content.size();
+        appendBigEndian(head, std::uint32_t(entry->content.size()));
+        offset += entry->content.size();
     }
     if (forkLength > kLargestOffset - offset)
         return tooLarge("the resource fork");
@@ -94,7 +86,26 @@ Result<Bytes> appleDoubleHead(const AppleDoubleContent &content, ByteCount forkL
         appendBigEndian(head, std::uint32_t(offset));
         appendBigEndian(head, std::uint32_t(forkLength));
     }
-    for (const auto &entry : entries)
-        head.insert(head.end(), entry.content.begin(), entry.content.end());
+    head.reserve(std::size_t(offset));
+    for (const AppleDoubleContent::Entry *entry : entries)
+        head.insert(head.end(), entry->content.begin(), entry->content.end());
     return head;
+}
+
+Result<Bytes> appleDoubleHead(const AppleDoubleContent &content, ByteCount forkLength)
+{
+    const bool hasFinderEntry = content.finderInformation || !content.attributes.empty();
+    const std::size_t count = content.others.size() + (hasFinderEntry ? 1 : 0) + (forkLength > 0 ? 1 : 0);
+    AppleDoubleContent::Entry finder{kFinderInformationEntry, {}};
+    Entries entries;
+    if (hasFinderEntry) {
+        Result<Bytes> entry = finderEntry(content, kAppleDoubleHeaderSize + count * kAppleDoubleEntrySize);
+        if (!entry)
+            return entry.failure();
+        finder.content = std::move(*entry);
+        entries.push_back(&finder);
+    }
+    for (const AppleDoubleContent::Entry &entry : content.others)
+        entries.push_back(&entry);
+    return headOf(entries, count, forkLength);
 }

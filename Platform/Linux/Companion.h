@@ -44,6 +44,7 @@ private:
     Companion(Path path, std::shared_ptr<const Descriptor> file, const struct stat &status);
 
     Result<Bytes> read(const ByteRange &range) const;
+    Result<void> checkRoomFor(ByteCount more) const;
     Result<AppleDoubleContent> content() const;
     Result<void> write(const AppleDoubleContent &content, const ReadableFork *fork,
                        const struct stat &fileStatus) const;

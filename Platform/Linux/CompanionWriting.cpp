@@ -5,36 +5,44 @@
 
 #include <algorithm>
 
-static constexpr std::size_t kMostContent = std::size_t{16} << 20;
+static constexpr std::size_t kMostContent = std::size_t{2} << 20; // three of these are in memory at once
+
+/// Whether all but the fork can be held, with as many bytes more; known before any of it is read.
+Result<void> Companion::checkRoomFor(ByteCount more) const
+{
+    if (!m_layout.isWhollyUnderstood)
+        return Failure{ErrorCode::Corrupt, 0, m_path.native() + " holds what would be lost"};
+    ByteCount total = more; // each is a 32-bit number, and the layout holds less than 2^32 of them
+    for (const auto &attribute : m_layout.attributes)
+        total += attribute.value.length;
+    for (const auto &entry : m_layout.others)
+        total += entry.content.length;
+    if (total > kMostContent)
+        return Failure{ErrorCode::TooLarge, E2BIG, m_path.native()};
+    return {};
+}
 
 /// Everything but the resource fork, which is copied from file to file.
 Result<AppleDoubleContent> Companion::content() const
 {
     AppleDoubleContent content;
-    if (!m_layout.isWhollyUnderstood)
-        return Failure{ErrorCode::Corrupt, 0, m_path.native() + " holds what would be lost"};
-    ByteCount total = 0;
-    const auto take = [&](const ByteRange &range) -> Result<Bytes> {
-        total += range.length; // each is a 32-bit number, and the layout holds less than 2^32 of them
-        if (total > kMostContent)
-            return Failure{ErrorCode::TooLarge, E2BIG, m_path.native()};
-        return read(range);
-    };
+    if (Result<void> room = checkRoomFor(0); !room)
+        return room.failure();
     if (m_layout.finderInformation) {
-        const Result<Bytes> bytes = take(*m_layout.finderInformation);
+        const Result<Bytes> bytes = read(*m_layout.finderInformation);
         if (!bytes)
             return bytes.failure();
         content.finderInformation.emplace();
         std::copy(bytes->begin(), bytes->end(), content.finderInformation->begin());
     }
     for (const auto &attribute : m_layout.attributes) {
-        Result<Bytes> bytes = take(attribute.value);
+        Result<Bytes> bytes = read(attribute.value);
         if (!bytes)
             return bytes.failure();
         content.attributes.push_back({attribute.name, std::move(*bytes)});
     }
     for (const auto &entry : m_layout.others) {
-        Result<Bytes> bytes = take(entry.content);
+        Result<Bytes> bytes = read(entry.content);
         if (!bytes)
             return bytes.failure();
         content.others.push_back({entry.identifier, std::move(*bytes)});
@@ -122,6 +130,9 @@ Result<void> Companion::setAttribute(const Path &file, const struct stat &fileSt
     if (!companion)
         return Companion(path, nullptr, {})
             .write({std::nullopt, {{name, Bytes(value.begin(), value.end())}}, {}}, nullptr, fileStatus);
+    const AppleDoubleLayout::Attribute *old = companion->layout().attribute(name);
+    if (Result<void> room = companion->checkRoomFor(value.size() - (old ? old->value.length : 0)); !room)
+        return room;
     Result<AppleDoubleContent> content = companion->content();
     if (!content)
         return content.failure();

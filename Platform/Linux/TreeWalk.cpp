@@ -49,7 +49,6 @@ Result<std::optional<TreeWalk::Level>> TreeWalk::open(int parent, const std::str
         (m_mountPoints == MountPoints::NotEnter || isWithin(identity)))
         return std::optional<Level>();
     Level level;
-    level.path = path;
     level.identity = identity;
     level.directory = std::move(*directory);
     return std::optional<Level>(std::move(level));
@@ -72,7 +71,7 @@ Result<void> TreeWalk::run(const Path &root)
     Result<std::optional<Level>> first = open(AT_FDCWD, root.native(), root);
     if (!first)
         return first.failure();
-    m_levels.push_back(std::move(**first));
+    push(std::move(**first), root);
     while (!m_levels.empty() && !m_stop.stop_requested()) {
         Level &level = m_levels.back();
         if (level.position < level.filled) {
@@ -83,7 +82,7 @@ Result<void> TreeWalk::run(const Path &root)
         const ssize_t got = ::getdents64(level.directory.get(), level.buffer.data(), kBufferSize);
         const int failure = errno;
         if (got < 0)
-            m_unreadable(level.path, Failure::fromErrno(failure, "getdents64", level.path));
+            m_unreadable(m_path, Failure::fromErrno(failure, "getdents64", m_path));
         if (got <= 0) {
             if (Result<void> left = pop(); !left)
                 return left;
@@ -109,7 +108,7 @@ void TreeWalk::step()
 void TreeWalk::meet(const std::string &name)
 {
     const Level &level = m_levels.back();
-    const Path path = level.path / name;
+    const Path path = m_path.ends_with('/') ? m_path + name : m_path + '/' + name;
     struct stat status = {};
     if (::fstatat(level.directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
         const int failure = errno;
@@ -124,17 +123,19 @@ void TreeWalk::meet(const std::string &name)
     if (!below)
         m_unreadable(path, below.failure());
     else if (*below)
-        push(std::move(**below));
+        push(std::move(**below), path);
 }
 
-void TreeWalk::push(Level level)
+void TreeWalk::push(Level level, const Path &path)
 {
+    m_path = path.native();
+    level.pathLength = m_path.size();
     m_levels.push_back(std::move(level));
     if (m_levels.size() - m_parked <= kOpenLevels)
         return;
     Level &outermost = m_levels[m_parked++];
     outermost.directory = Descriptor();
-    outermost.buffer = {};
+    outermost.buffer = std::vector<char>(); // an empty list would leave it its memory
     outermost.position = 0;
     outermost.filled = 0;
 }
@@ -143,6 +144,7 @@ Result<void> TreeWalk::pop()
 {
     const Level child = std::move(m_levels.back());
     m_levels.pop_back();
+    m_path.resize(m_levels.empty() ? 0 : m_levels.back().pathLength);
     if (m_levels.empty() || m_parked < m_levels.size())
         return {};
     --m_parked;
@@ -152,13 +154,13 @@ Result<void> TreeWalk::pop()
 Result<void> TreeWalk::reopenFrom(const Level &child, Level &parent) const
 {
     struct stat status = {};
-    Result<Descriptor> directory = openDirectory(child.directory.get(), "..", parent.path, status);
+    Result<Descriptor> directory = openDirectory(child.directory.get(), "..", m_path, status);
     if (!directory)
         return directory.failure();
     if (FileIdentity{status.st_dev, status.st_ino} != parent.identity)
-        return Failure{ErrorCode::Busy, 0, child.path.native() + " was moved away while it was walked"};
+        return Failure{ErrorCode::Busy, 0, "a folder of " + m_path + " was moved away while it was walked"};
     if (::lseek(directory->get(), parent.resumeAt, SEEK_SET) < 0)
-        return Failure::fromErrno(errno, "lseek", parent.path);
+        return Failure::fromErrno(errno, "lseek", m_path);
     parent.directory = std::move(*directory);
     return {};
 }

@@ -21,7 +21,7 @@ private:
     /// A directory on the way down. A parked one has neither descriptor nor buffer, only its place.
     struct Level
     {
-        Path path;
+        std::size_t pathLength = 0; ///< its path is so much of `m_path`
         FileIdentity identity;
         Descriptor directory;
         std::vector<char> buffer;
@@ -33,7 +33,7 @@ private:
     /// Opens a directory below `parent`; nullopt when it must not be entered.
     Result<std::optional<Level>> open(int parent, const std::string &name, const Path &path) const;
     bool isWithin(const FileIdentity &directory) const;
-    void push(Level level);
+    void push(Level level, const Path &path);
     Result<void> pop();
     Result<void> reopenFrom(const Level &child, Level &parent) const;
     void step();
@@ -43,6 +43,7 @@ private:
     const Unreadable &m_unreadable;
     const std::stop_token m_stop;
     const MountPoints m_mountPoints;
+    std::string m_path; ///< of the innermost level, and so of all of them: each path alone would be too much
     std::deque<Level> m_levels;
     std::size_t m_parked = 0; ///< how many of the outermost levels are parked
 };

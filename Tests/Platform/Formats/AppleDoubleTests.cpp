@@ -162,6 +162,29 @@ TEST(AppleDouble, bytesBehindTheFinderInformation_areKnownToBeLost)
     EXPECT_FALSE(layout->isWhollyUnderstood);
 }
 
+TEST(AppleDouble, bytesFarBehindTheFinderInformation_areKnownToBeLostWithoutALook)
+{
+    AppleDoubleContent content;
+    content.others = {{kFinderInformationEntry, Bytes(32 + 65536)}};
+    EXPECT_TRUE(readAppleDouble(MemoryFork(written(content, {})))->isWhollyUnderstood);
+    content.others = {{kFinderInformationEntry, Bytes(32 + 65537)}};
+    EXPECT_FALSE(readAppleDouble(MemoryFork(written(content, {})))->isWhollyUnderstood);
+}
+
+TEST(AppleDouble, attributeTable_endsWhereMacsEndIt)
+{
+    AppleDoubleContent content;
+    for (int number = 0; number < 244; ++number)
+        content.attributes.push_back({"name" + std::string(247, 'n') + std::to_string(100 + number), bytesOf("v")});
+    const Bytes file = written(content, bytesOf("fork"));
+    EXPECT_EQ(readAppleDouble(MemoryFork(file))->attributes.size(), 244u);
+    content.attributes.push_back({std::string(254, 'm'), {}});
+    EXPECT_EQ(appleDoubleHead(content, 0).failure().code, ErrorCode::TooLarge) << "nobody could read it";
+    Bytes longer = file;
+    longer[119] = 245; // the number of attributes: what follows the table is none
+    EXPECT_THAT(complaint(longer), HasSubstr("an attribute"));
+}
+
 TEST(AppleDouble, namesAndForksBeyondTheFormat_areRefusedByTheWriter)
 {
     AppleDoubleContent content;
