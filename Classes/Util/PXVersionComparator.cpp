@@ -1,20 +1,20 @@
 #include "Classes/Util/PXVersionComparator.h"
 
+#include "Classes/Util/DecimalDigits.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-
-static bool isDigit(char character)
-{
-    return character >= '0' && character <= '9';
-}
+#include <optional>
 
 /// The leading digits as a signed 32-bit number; the largest one where they do not fit.
-static std::int32_t valueOf(const std::string &digits)
+static std::int32_t valueOf(std::string_view digits)
 {
     std::int64_t value = 0;
-    for (const char digit : digits)
-        value = std::min<std::int64_t>(value * 10 + (digit - '0'), std::numeric_limits<std::int32_t>::max());
+    while (const std::optional<int> digit = DecimalDigits::value(digits)) {
+        value = std::min<std::int64_t>(value * 10 + *digit, std::numeric_limits<std::int32_t>::max());
+        digits.remove_prefix(DecimalDigits::firstCharacter(digits));
+    }
     return std::int32_t(value);
 }
 
@@ -29,23 +29,25 @@ PXVersionComparator &PXVersionComparator::defaultComparator()
     return s_comparator;
 }
 
-PXVersionComparator::Type PXVersionComparator::typeOfCharacter(const std::string &character) const
+PXVersionComparator::Type PXVersionComparator::typeOfCharacter(std::string_view character) const
 {
     if (character == ".")
         return Type::Period;
-    return !character.empty() && isDigit(character.front()) ? Type::Number : Type::String;
+    return DecimalDigits::value(character) ? Type::Number : Type::String;
 }
 
 std::vector<std::string> PXVersionComparator::splitVersionString(const std::string &version) const
 {
     std::vector<std::string> parts;
     Type previous = Type::Period;
-    for (const char character : version) {
-        const Type type = typeOfCharacter({character});
+    for (std::string_view rest = version; !rest.empty();) {
+        const std::string_view character = rest.substr(0, DecimalDigits::firstCharacter(rest));
+        const Type type = typeOfCharacter(character);
         if (parts.empty() || type != previous || previous == Type::Period)
             parts.push_back({});
         parts.back() += character;
         previous = type;
+        rest.remove_prefix(character.size());
     }
     return parts;
 }

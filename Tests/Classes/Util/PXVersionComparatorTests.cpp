@@ -2,10 +2,32 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <new>
 #include <ostream>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+
+static std::size_t s_allocations = 0;
+
+void *operator new(std::size_t size)
+{
+    ++s_allocations;
+    if (void *const memory = std::malloc(size == 0 ? 1 : size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
@@ -38,6 +60,14 @@ const Row kRows[] = {
     {"both_empty", "", "", 0},
     {"leading_zeros", "1.01", "1.1", 0},
     {"number_beyond_32_bits", "1.99999999999", "1.2147483647", 0},
+    {"number_far_beyond", "99999999999999999999999999999999", "2147483646", 1},
+    {"digits_of_another_script", "1.\u0661\u0660", "1.9", 1},
+    {"same_number_in_two_scripts", "\u0967\u0966.0", "10.0", 0},
+    {"digits_outside_the_first_plane", "1.\U0001D7D2", "1.4", 0},
+    {"scripts_mixed_in_one_number", "1\u0662", "12", 0},
+    {"roman_numeral_is_a_letter", "1.0\u2167", "1.0", -1},
+    {"letters_beyond_ascii_by_code", "1.0\u03b2", "1.0b", 1},
+    {"bytes_that_are_no_text", "1.0\xff", "1.0", -1},
 };
 
 } // namespace
@@ -61,6 +91,28 @@ TEST(PXVersionComparator, splitVersionString_runsAndPeriods_arePartsOfTheirOwn)
     EXPECT_THAT(comparator.splitVersionString("rc-1 x"), ElementsAre("rc-", "1", " x"));
 }
 
+TEST(PXVersionComparator, splitVersionString_charactersOfSeveralBytes_stayWhole)
+{
+    const PXVersionComparator comparator;
+    EXPECT_THAT(comparator.splitVersionString("\u0661\u0662\u03b2\u0663"),
+                ElementsAre("\u0661\u0662", "\u03b2", "\u0663"));
+    EXPECT_THAT(comparator.splitVersionString("1\xd9"), ElementsAre("1", "\xd9")) << "a digit that is cut off";
+}
+
+TEST(PXVersionComparator, compareVersion_allocatesNothingButTheParts)
+{
+    const PXVersionComparator comparator;
+    const std::string version = "1.22222222222222222222.release-candidate-7";
+    const std::string other = "1.22222222222222222222.release-candidate-8";
+    std::size_t before = s_allocations;
+    comparator.splitVersionString(version);
+    comparator.splitVersionString(other);
+    const std::size_t forParts = s_allocations - before;
+    before = s_allocations;
+    EXPECT_EQ(comparator.compareVersion(version, other), -1);
+    EXPECT_EQ(s_allocations - before, forParts);
+}
+
 TEST(PXVersionComparator, typeOfCharacter_eachKind_isToldApart)
 {
     using Type = PXVersionComparator::Type;
@@ -69,4 +121,7 @@ TEST(PXVersionComparator, typeOfCharacter_eachKind_isToldApart)
     EXPECT_EQ(comparator.typeOfCharacter("7"), Type::Number);
     EXPECT_EQ(comparator.typeOfCharacter("b"), Type::String);
     EXPECT_EQ(comparator.typeOfCharacter("-"), Type::String);
+    EXPECT_EQ(comparator.typeOfCharacter("\u0e53"), Type::Number);
+    EXPECT_EQ(comparator.typeOfCharacter("\u00b2"), Type::String) << "no decimal digit";
+    EXPECT_EQ(comparator.typeOfCharacter(".."), Type::String);
 }
