@@ -7,8 +7,8 @@
 class QPropertyAnimation;
 class QWidget;
 
-/// Changes of a view's frame, at once or over time. A view has one frame animation at most: the newer change ends the
-/// older one where it is. Main thread.
+/// Changes of a view's frame and of its alpha, at once or over time. A view has one animation of each at most: the
+/// newer change ends the older one where it is. Main thread.
 namespace AnimatorProxy {
 
 inline constexpr std::chrono::milliseconds kDefaultDuration{250};
@@ -22,5 +22,14 @@ void setFrame(QWidget *view, const QRect &frame);
 
 /// The animation under way, or nullptr.
 QPropertyAnimation *frameAnimation(const QWidget *view);
+
+/// Fades the view to `alpha`, 0 to 1, within the default duration and answers the animation, as `animateFrame` does.
+QPropertyAnimation *animateAlpha(QWidget *view, double alpha);
+
+/// How opaque the view is now: 1 unless it was ever faded.
+double alphaValue(const QWidget *view);
+
+/// The fading under way, or nullptr.
+QPropertyAnimation *alphaAnimation(const QWidget *view);
 
 } // namespace AnimatorProxy

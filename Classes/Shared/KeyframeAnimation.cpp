@@ -11,7 +11,10 @@ void KeyframeAnimation::setKeyframes(std::vector<double> keyTimes, std::vector<d
 
 double KeyframeAnimation::progress() const
 {
-    return m_duration.count() > 0 ? std::clamp(currentTime() / double(m_duration.count()), 0.0, 1.0) : 1.0;
+    if (m_duration.count() <= 0)
+        return 1;
+    const double way = currentLoopTime() / double(m_duration.count());
+    return std::clamp(m_doesAutoreverse && way > 1 ? 2 - way : way, 0.0, 1.0);
 }
 
 /// The point at `share` (0 to 1) of the segment that ends the elements `[first, next)`, which starts at `from`.
@@ -64,5 +67,5 @@ void KeyframeAnimation::updateCurrentTime(int)
 void KeyframeAnimation::updateState(State newState, State oldState)
 {
     if (newState == Stopped && oldState != Stopped)
-        Q_EMIT didStop(this, currentTime() >= duration());
+        Q_EMIT didStop(this, currentTime() >= totalDuration() && totalDuration() >= 0);
 }

@@ -19,7 +19,12 @@ public:
     {
     }
 
-    int duration() const override { return int(m_duration.count()); }
+    /// Of the way there, and back where it reverses.
+    int duration() const override { return int(m_duration.count()) * (m_doesAutoreverse ? 2 : 1); }
+
+    /// Whether it runs the same way back each time, in the same time again. No, unless set.
+    void setAutoreverses(bool doReverse) { m_doesAutoreverse = doReverse; }
+    bool autoreverses() const { return m_doesAutoreverse; }
 
     /// The way of a point, in the layer's coordinates. Each of its lines and curves takes the same share of the time.
     void setPath(const QPainterPath &path) { m_path = path; }
@@ -56,4 +61,5 @@ private:
     std::vector<double> m_keyTimes;
     std::vector<double> m_values;
     bool m_isRemovedOnCompletion = true;
+    bool m_doesAutoreverse = false;
 };

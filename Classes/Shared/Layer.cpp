@@ -35,6 +35,12 @@ void Layer::setBounds(const QRectF &bounds)
     setNeedsDisplay();
 }
 
+void Layer::setMasksToBounds(bool doMask)
+{
+    m_masksToBounds = doMask;
+    setNeedsDisplay();
+}
+
 void Layer::setPosition(QPointF position)
 {
     m_position = position;
@@ -126,6 +132,8 @@ void Layer::paint(QPainter &painter, double superHeight) const
     painter.save();
     painter.setOpacity(painter.opacity() * seen);
     painter.translate(target.topLeft());
+    if (m_masksToBounds)
+        painter.setClipRect(QRectF(QPointF(), target.size()), Qt::IntersectClip);
     painter.drawPixmap(QRectF(QPointF(), target.size()), m_contents, QRectF(m_contents.rect()));
     paintSublayers(painter, m_bounds.height());
     painter.restore();

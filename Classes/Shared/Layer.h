@@ -28,6 +28,10 @@ public:
     void setBounds(const QRectF &bounds);
     const QRectF &bounds() const { return m_bounds; }
 
+    /// Whether what is drawn outside the bounds is cut off, of the sublayers too. No, unless set.
+    void setMasksToBounds(bool doMask);
+    bool masksToBounds() const { return m_masksToBounds; }
+
     /// The place of the centre in the superlayer.
     void setPosition(QPointF position);
     QPointF position() const { return m_position; }
@@ -75,5 +79,6 @@ private:
     QRectF m_bounds;
     QPointF m_position;
     double m_opacity = 1;
+    bool m_masksToBounds = false;
     std::function<void()> m_needsDisplay;
 };

@@ -1,6 +1,7 @@
 #include "Classes/Shared/AnimatorProxy.h"
 
 #include <QCoreApplication>
+#include <QGraphicsEffect>
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QWidget>
@@ -59,4 +60,23 @@ TEST(AnimatorProxy, animateFrame_again_startsFromWhereTheViewIs)
     EXPECT_EQ(view.x(), halfWay);
     EXPECT_EQ(second->endValue().toRect(), kFrom);
     EXPECT_EQ(view.findChildren<QPropertyAnimation *>().size(), 1);
+}
+
+TEST(AnimatorProxy, animateAlpha_fadesAndComesBack)
+{
+    QWidget view;
+    EXPECT_EQ(AnimatorProxy::alphaValue(&view), 1.0);
+    QPropertyAnimation *const out = AnimatorProxy::animateAlpha(&view, 0);
+    EXPECT_EQ(out->duration(), 250);
+    out->pause();
+    out->setCurrentTime(125);
+    EXPECT_NEAR(AnimatorProxy::alphaValue(&view), 0.5, 0.01);
+
+    QPropertyAnimation *const back = AnimatorProxy::animateAlpha(&view, 1);
+    EXPECT_EQ(AnimatorProxy::alphaAnimation(&view), back) << "the older one was ended";
+    EXPECT_NEAR(AnimatorProxy::alphaValue(&view), 0.5, 0.01) << "from where it was";
+    back->setCurrentTime(250);
+    EXPECT_EQ(AnimatorProxy::alphaValue(&view), 1.0);
+    ASSERT_NE(view.graphicsEffect(), nullptr);
+    EXPECT_FALSE(view.graphicsEffect()->isEnabled()) << "what is opaque is drawn directly";
 }

@@ -81,3 +81,19 @@ TEST(KeyframeAnimation, interrupted_stopsUnfinished)
     animation.stop();
     EXPECT_EQ(ends.finished, std::vector{false});
 }
+
+TEST(KeyframeAnimation, reversing_goesBackInTheSameTimeAgain)
+{
+    KeyframeAnimation animation(400ms);
+    animation.setKeyframes({0, 1}, {10, 20});
+    animation.setAutoreverses(true);
+    animation.setLoopCount(-1);
+    EXPECT_EQ(animation.duration(), 800);
+    animation.start();
+    animation.pause();
+    for (const auto &[time, value] :
+         {std::pair(0, 10.0), {100, 12.5}, {400, 20.0}, {500, 17.5}, {800, 10.0}, {900, 12.5}}) {
+        animation.setCurrentTime(time);
+        EXPECT_DOUBLE_EQ(animation.value(), value) << time;
+    }
+}

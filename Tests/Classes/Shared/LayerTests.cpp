@@ -141,3 +141,19 @@ TEST(Layer, paintSublayers_countsFromTheBottomLeft)
     layer->setOpacity(0);
     EXPECT_EQ(painted(root).pixelColor(1, 18), QColor(Qt::white));
 }
+
+TEST(Layer, masksToBounds_cutsOffWhatSublayersDrawOutside)
+{
+    Layer root;
+    Layer *const holder = root.addSublayer(std::make_unique<Layer>());
+    holder->setBounds({0, 0, 4, 4});
+    holder->setPosition({10, 10});
+    Layer *const child = holder->addSublayer(std::make_unique<Layer>());
+    child->setContents(redPixmap());
+    child->setBounds({0, 0, 12, 12});
+    child->setPosition({2, 2});
+    EXPECT_EQ(painted(root).pixelColor(5, 10), QColor(Qt::red));
+    holder->setMasksToBounds(true);
+    EXPECT_EQ(painted(root).pixelColor(5, 10), QColor(Qt::white));
+    EXPECT_EQ(painted(root).pixelColor(10, 10), QColor(Qt::red));
+}
