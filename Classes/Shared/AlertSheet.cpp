@@ -22,7 +22,8 @@ AlertSheet AlertSheet::alertWithMessageText(std::string message, std::string def
 
 void AlertSheet::beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const
 {
-    const QPointer<QMessageBox> box = makePlainMessageBox(QMessageBox::Warning, m_message, m_informativeText).release();
+    const QMessageBox::Icon icon = m_style == Style::Warning ? QMessageBox::Warning : QMessageBox::Information;
+    const QPointer<QMessageBox> box = makePlainMessageBox(icon, m_message, m_informativeText).release();
     std::map<const QAbstractButton *, int> codes;
     const auto add = [&](const std::string &title, QMessageBox::ButtonRole role, int code) {
         QPushButton *const button = title.empty() ? nullptr : box->addButton(displayLines(title), role);

@@ -14,6 +14,8 @@ public:
     static constexpr int kAlternateReturn = 0;
     static constexpr int kOtherReturn = -1;
 
+    enum class Style { Warning, Informational };
+
     using DidEndBlock = std::function<void(int returnCode)>;
 
     /// Plain texts, UTF-8; a carriage return in `informativeText` is shown as a line break. A button with an empty
@@ -21,6 +23,9 @@ public:
     static AlertSheet alertWithMessageText(std::string message, std::string defaultButton,
                                            std::string alternateButton = {}, std::string otherButton = {},
                                            std::string informativeText = {});
+
+    /// What its picture says. Warning, unless set.
+    void setStyle(Style style) { m_style = style; }
 
     /// Shows the alert on `window` and answers at once; a window shows one sheet at a time, in the order in which they
     /// were begun. `didEndBlock`, which may be empty, is run exactly once. Escape stands for the alternate button,
@@ -35,4 +40,5 @@ private:
     std::string m_alternateButton;
     std::string m_otherButton;
     std::string m_informativeText;
+    Style m_style = Style::Warning;
 };
