@@ -45,6 +45,9 @@ public:
     /// Where the volume that holds `path` is mounted. Errors: NotFound, Permission, Io.
     virtual Result<Path> mountPoint(const Path &path) const = 0;
 
+    /// The bytes that this user may still write to the volume that holds `path`. Errors: NotFound, Permission, Io.
+    virtual Result<ByteCount> availableSpace(const Path &path) const = 0;
+
     /// What the format of the volume that holds `path` can do: the bits above. Errors: NotFound, Permission (whether
     /// there is a journal is kept where only root may read), Io; all with the system's error number.
     virtual Result<std::uint32_t> formatCapabilities(const Path &path) const = 0;

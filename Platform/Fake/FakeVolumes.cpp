@@ -80,6 +80,14 @@ Result<Path> FakeVolumes::mountPoint(const Path &path) const
     return (*volume)->mountPoint;
 }
 
+Result<ByteCount> FakeVolumes::availableSpace(const Path &path) const
+{
+    const Result<const Volume *> volume = holding(path);
+    if (!volume)
+        return volume.failure();
+    return (*volume)->availableSpace;
+}
+
 Result<std::uint32_t> FakeVolumes::formatCapabilities(const Path &path) const
 {
     const Result<const Volume *> volume = holding(path);

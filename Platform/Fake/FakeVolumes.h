@@ -17,6 +17,7 @@ public:
         std::uint32_t extendedAttributes = kIsOnInternalBus;
         std::uint32_t formatCapabilities = 0;
         bool isWritable = true;
+        ByteCount availableSpace = ByteCount{1} << 40;
     };
 
     /// The volumes, whose reference numbers count from 1. Of two that hold a path, the one with the longer mount point
@@ -35,6 +36,7 @@ public:
     Result<std::string> typeName(const Path &path) const override;
     Result<bool> isWritable(const Path &path) const override;
     Result<Path> mountPoint(const Path &path) const override;
+    Result<ByteCount> availableSpace(const Path &path) const override;
     Result<std::uint32_t> formatCapabilities(const Path &path) const override;
 
 private:

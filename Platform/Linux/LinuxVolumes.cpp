@@ -115,6 +115,14 @@ Result<Path> LinuxVolumes::mountPoint(const Path &path) const
     return askPlace(path, [](const Place &found, const MountTable &) -> Result<Path> { return found.mount.point; });
 }
 
+Result<ByteCount> LinuxVolumes::availableSpace(const Path &path) const
+{
+    struct statvfs status = {};
+    if (::statvfs(path.c_str(), &status) != 0)
+        return Failure::fromErrno(errno, "statvfs", path);
+    return ByteCount(status.f_bavail) * status.f_frsize;
+}
+
 Result<std::uint32_t> LinuxVolumes::formatCapabilities(const Path &path) const
 {
     return askPlace(path, [this](const Place &found, const MountTable &mounts) -> Result<std::uint32_t> {

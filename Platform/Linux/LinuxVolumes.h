@@ -18,6 +18,7 @@ public:
     Result<std::string> typeName(const Path &path) const override;
     Result<bool> isWritable(const Path &path) const override;
     Result<Path> mountPoint(const Path &path) const override;
+    Result<ByteCount> availableSpace(const Path &path) const override;
     Result<std::uint32_t> formatCapabilities(const Path &path) const override;
 
 private:

@@ -49,6 +49,7 @@ public:
     FakeWorld()
     {
         m_volumes.volumes = {{"/", "ext4"}, {"/folder/other", "tmpfs"}};
+        m_volumes.volumes[1].availableSpace = 16 << 20;
         m_volumes.missing = {"/folder/missing"};
     }
     Volumes &volumes() override { return m_volumes; }
@@ -102,6 +103,7 @@ TYPED_TEST(VolumesContract, missingPath_everyQuestion_isNotFound)
     EXPECT_EQ(volumes.typeName(missing).failure().code, ErrorCode::NotFound);
     EXPECT_EQ(volumes.isWritable(missing).failure().code, ErrorCode::NotFound);
     EXPECT_EQ(volumes.mountPoint(missing).failure().code, ErrorCode::NotFound);
+    EXPECT_EQ(volumes.availableSpace(missing).failure().code, ErrorCode::NotFound);
     EXPECT_EQ(volumes.formatCapabilities(missing).failure().code, ErrorCode::NotFound);
     EXPECT_EQ(volumes.formatCapabilities("").failure().code, ErrorCode::NotFound);
 }
@@ -123,6 +125,7 @@ TYPED_TEST(VolumesContract, volumeInMemory_itsFacts_areTold)
     EXPECT_EQ(volumes.extendedAttributes(this->number("other")).valueOr(0), Volumes::kIsOnInternalBus);
     EXPECT_TRUE(volumes.isWritable(this->at("other")).valueOr(false));
     EXPECT_EQ(volumes.mountPoint(this->at("other")).valueOr({}), this->at("other"));
+    EXPECT_NEAR(double(volumes.availableSpace(this->at("other")).valueOr(0)), 16 << 20, 1 << 16);
     EXPECT_EQ(volumes.formatCapabilities(this->at("other")).valueOr(99), 0u);
 }
 
