@@ -44,7 +44,7 @@ bool DVHFSUncompressor::expandTo(const Path &destination, const std::optional<Fi
 {
     if (!m_sourcePath)
         return false;
-    Expansion expansion({*m_sourcePath, destination, m_ignoreCompressionFlag, m_options.stop});
+    Expansion expansion({*m_sourcePath, destination, m_ignoreCompressionFlag, m_options.stop, m_options.expected});
     const bool isExpanded = expansion.run(error);
     if (m_options.outcome)
         *m_options.outcome = expansion.outcome();

@@ -11,8 +11,9 @@
 /// What a caller of the expander may want besides.
 struct ExpansionOptions
 {
-    std::stop_token stop;                ///< asked between two blocks; a stopped run answers false
-    ExpansionOutcome *outcome = nullptr; ///< filled at the end of the run
+    std::stop_token stop;                                ///< asked between two blocks; a stopped run answers false
+    ExpansionOutcome *outcome = nullptr;                 ///< filled at the end of the run
+    std::optional<FileIdentity> expected = std::nullopt; ///< refuse any other file that stands at the path by now
 };
 
 /// Turns one compressed file back into an ordinary one. Made for one file, used once and dropped; on any thread, but

@@ -21,6 +21,11 @@ bool Expansion::fail(Outcome result, const std::string &reason)
     return false;
 }
 
+bool Expansion::failToWrite(Outcome result, const Failure &failure)
+{
+    return fail(failure.code == ErrorCode::NoSpace ? Outcome::NoSpace : result, failure.context);
+}
+
 bool Expansion::failWithError(Outcome result, int code, const std::string &message, const std::string &reason)
 {
     if (m_error)
@@ -32,6 +37,8 @@ bool Expansion::run(Error *error)
 {
     m_error = error;
     examine();
+    if (m_request.expected && m_source && m_source->identity != *m_request.expected)
+        return fail(Outcome::Changed);
     if (Result<std::unique_ptr<FileLock>> lock = m_files.lockFile(m_request.source))
         m_lock = std::move(*lock); // without it, it goes on all the same
     if (!clearFlag())
@@ -44,9 +51,11 @@ bool Expansion::run(Error *error)
         return false;
     setFlagAgain();
     if (const Result<void> closed = m_output->close(); !closed)
-        return fail(Outcome::NotWritten, closed.failure().context);
+        return failToWrite(Outcome::NotWritten, closed.failure());
     if (!copyAttributes())
         return false;
+    if (m_request.stop.stop_requested()) // what follows waits for the medium
+        return fail(Outcome::Cancelled);
     if (m_destination && !replace())
         return false;
     m_outcome.result = Outcome::Expanded;
@@ -155,7 +164,7 @@ bool Expansion::openOutput()
                                                      ? m_files.openScratchFile(m_outputPath, m_destination->mode)
                                                      : m_files.openNewFile(m_outputPath, kNewMode);
     if (!output)
-        return fail(Outcome::OutputRefused, output.failure().context);
+        return failToWrite(Outcome::OutputRefused, output.failure());
     m_output = std::move(*output);
     return true;
 }
@@ -202,7 +211,7 @@ bool Expansion::inflateBlock(const HFSPlusCmpfRsrcBlock &block, ByteCount &posit
     if (!length)
         return failWithError(Outcome::BlockDamaged, kCannotInflate, "Source data cannot be uncompressed");
     if (const Result<void> written = m_output->write(ByteView(m_content).first(*length)); !written)
-        return fail(Outcome::NotWritten, written.failure().context);
+        return failToWrite(Outcome::NotWritten, written.failure());
     m_outcome.writtenSize += *length;
     return true;
 }

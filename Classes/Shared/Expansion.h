@@ -20,6 +20,7 @@ public:
         Path destination;
         bool doIgnoreFlag = false;
         std::stop_token stop;
+        std::optional<FileIdentity> expected = std::nullopt; ///< the source must be this file
     };
 
     /// The domain of the errors.
@@ -51,6 +52,7 @@ private:
     void discardFork();
 
     bool fail(Outcome result, const std::string &reason = {});
+    bool failToWrite(Outcome result, const Failure &failure);
     bool failWithError(Outcome result, int code, const std::string &message, const std::string &reason = {});
     bool isInPlace() const { return m_request.source == m_request.destination; }
     bool replacesSource() const { return m_destination && m_destination->identity == m_source->identity; }

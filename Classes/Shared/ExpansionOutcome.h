@@ -21,6 +21,7 @@ struct ExpansionOutcome
         BlockUnreadable,     ///< a block cannot be read
         BlockDamaged,        ///< a block cannot be inflated
         NotWritten,          ///< the output cannot be written
+        NoSpace,             ///< there is no room for the output
         AttributesNotCopied, ///< an attribute would have been lost
         AccessNotKept,       ///< mode, owner, times or access lists would have been lost
         BeingWritten,        ///< another process has the destination open for writing

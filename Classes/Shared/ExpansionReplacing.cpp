@@ -53,8 +53,8 @@ bool Expansion::replace()
 {
     const Path &destination = m_request.destination;
     if (const Result<void> made = m_output->makeLike(destination, *m_destination); !made)
-        return fail(made.failure().code == ErrorCode::Busy ? Outcome::Changed : Outcome::AccessNotKept,
-                    made.failure().context);
+        return failToWrite(made.failure().code == ErrorCode::Busy ? Outcome::Changed : Outcome::AccessNotKept,
+                           made.failure());
     const WriterWatch watch(destination, m_destination->identity);
     if (!watch.mayReplace())
         return fail(Outcome::BeingWritten);

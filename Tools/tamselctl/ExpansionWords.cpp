@@ -30,6 +30,8 @@ ExpansionWords wordsFor(ExpansionOutcome::Result result)
         return {"blockDamaged", "a block is damaged"};
     case Result::NotWritten:
         return {"notWritten", "the expanded file cannot be written"};
+    case Result::NoSpace:
+        return {"noSpace", "there is no room for the expanded file"};
     case Result::AttributesNotCopied:
         return {"attributesNotCopied", "its attributes cannot be kept"};
     case Result::AccessNotKept:
