@@ -58,6 +58,14 @@ void PanePage::handleRequest(const std::string &request)
         attempt([&] { m_pane->handleRequest(request); });
 }
 
+bool PanePage::mayClose(std::function<void()> close)
+{
+    bool mayClose = true;
+    if (m_pane && !m_isBroken)
+        attempt([&] { mayClose = m_pane->mayClose(std::move(close)); });
+    return mayClose;
+}
+
 bool PanePage::load()
 {
     PaneOrFault loaded = m_loader();

@@ -31,6 +31,10 @@ public:
     /// Called before the page is left; does nothing when it is not selected.
     void unselect();
 
+    /// Whether the window may be closed as far as the pane is concerned; where it may not, `close` is called once it
+    /// may.
+    bool mayClose(std::function<void()> close);
+
     /// Hands the request of a command line to the pane; does nothing while it is not loaded.
     void handleRequest(const std::string &request);
 

@@ -140,6 +140,15 @@ void PreferencesWindow::closeEvent(QCloseEvent *event)
 {
     // The pane is left while its window still stands.
     event->ignore();
+    requestClose();
+}
+
+void PreferencesWindow::requestClose()
+{
+    for (const Entry &entry : m_entries) {
+        if (entry.page && !entry.page->mayClose([this] { requestClose(); }))
+            return;
+    }
     Q_EMIT closeRequested();
 }
 
@@ -177,8 +186,8 @@ void PreferencesWindow::addShortcuts()
     const auto add = [this](const QKeySequence &keys, void (PreferencesWindow::*slot)()) {
         connect(new QShortcut(keys, this), &QShortcut::activated, this, slot);
     };
-    add(QKeySequence(Qt::CTRL | Qt::Key_W), &PreferencesWindow::closeRequested);
-    add(QKeySequence(Qt::CTRL | Qt::Key_Q), &PreferencesWindow::closeRequested);
+    add(QKeySequence(Qt::CTRL | Qt::Key_W), &PreferencesWindow::requestClose);
+    add(QKeySequence(Qt::CTRL | Qt::Key_Q), &PreferencesWindow::requestClose);
     add(QKeySequence(Qt::ALT | Qt::Key_Left), &PreferencesWindow::goBack);
     add(QKeySequence(Qt::CTRL | Qt::Key_L), &PreferencesWindow::showAll);
 }

@@ -45,6 +45,7 @@ public:
     PanePage *currentPage() const { return m_current; }
 
 Q_SIGNALS:
+    /// The user wants to close the window, and no pane has anything against it.
     void closeRequested();
 
 protected:
@@ -59,6 +60,7 @@ private:
 
     QWidget *makeHeader();
     void addShortcuts();
+    void requestClose();
     void refresh();
     void fillGrid();
     std::size_t entryFor(const PaneListing &listing);

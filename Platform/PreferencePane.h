@@ -4,6 +4,7 @@
 
 #include <QtPlugin>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,7 +14,10 @@ class QWidget;
 class PreferencePane
 {
 public:
-    explicit PreferencePane(Bundle bundle) : m_bundle(std::move(bundle)) {}
+    explicit PreferencePane(Bundle bundle)
+        : m_bundle(std::move(bundle))
+    {
+    }
     virtual ~PreferencePane() = default;
     PreferencePane(const PreferencePane &) = delete;
     PreferencePane &operator=(const PreferencePane &) = delete;
@@ -32,6 +36,11 @@ public:
     /// Called each time the user opens the pane, and each time the user leaves it.
     virtual void didSelect() {}
     virtual void didUnselect() {}
+
+    /// Asked when the user wants to close the window. Where something stands against it the pane answers false, asks
+    /// the user in its own way, and calls `close`, as long as its view stands, when the user agrees; the panes are
+    /// asked again then. A session that ends does not ask.
+    virtual bool mayClose(std::function<void()> close) { return static_cast<void>(close), true; }
 
     /// Called when a command line asks the host's loaded pane for something in its own words, such as "on" or "off".
     /// What the pane does not know it leaves.

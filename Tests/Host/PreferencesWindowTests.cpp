@@ -249,6 +249,20 @@ TEST_F(PreferencesWindowTest, close_isLeftToTheApplication)
     EXPECT_EQ(requests, 1);
 }
 
+TEST_F(PreferencesWindowTest, close_paneThatIsBusy_waitsUntilItAgrees)
+{
+    makeTestPane(folder, "Busy", "com.busy", TestPlugin::Recording, {{"IsBusy", true}});
+    open();
+    int requests = 0;
+    QObject::connect(window.get(), &PreferencesWindow::closeRequested, [&] { ++requests; });
+    window->showPane("com.busy");
+    window->showPane("com.one");
+    window->close();
+    EXPECT_EQ(requests, 0) << "it is busy wherever the user is";
+    window->handleRequest("com.busy", "done");
+    EXPECT_EQ(requests, 1);
+}
+
 TEST_F(PreferencesWindowTest, everyControl_hasANameAndIsReachedByTab)
 {
     open();

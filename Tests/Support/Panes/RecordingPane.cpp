@@ -39,7 +39,19 @@ public:
         DistributedNotificationCenter::current().post("com.dovrane.test.unselected");
     }
 
-    void handleRequest(const std::string &request) override { record("request " + request); }
+    bool mayClose(std::function<void()> close) override
+    {
+        m_close = std::move(close);
+        return m_isDone || !bundle().information().find("IsBusy");
+    }
+
+    void handleRequest(const std::string &request) override
+    {
+        record("request " + request);
+        m_isDone = request == "done";
+        if (m_isDone && m_close)
+            m_close();
+    }
 
 private:
     bool isToFailAt(const std::string &call) const { return bundle().information().string("FailAt") == call; }
@@ -53,6 +65,8 @@ private:
     }
 
     QLabel *m_view = nullptr;
+    std::function<void()> m_close;
+    bool m_isDone = false;
 };
 
 class RecordingPanePlugin final : public QObject, public PreferencePanePlugin
