@@ -36,9 +36,8 @@ void PXPathUncompressor::runWithDelegate(PXPathUncompressorDelegate *delegate)
     LeftLocks::release();
 }
 
-/// The first reason to leave the file alone. One that has content is no compressed file of ours, and is known without
-/// a look at its attributes.
-static std::optional<LeftAlone> reasonToLeaveAlone(const Path &path, const FileStatus &status)
+/// A file that has content is no compressed one of ours, and is known without a look at its attributes.
+std::optional<LeftAlone> PXPathUncompressor::reasonToLeaveAlone(const Path &path, const FileStatus &status)
 {
     if (status.type != FileType::Regular)
         return LeftAlone::NotRegular;
@@ -84,15 +83,15 @@ std::uint32_t PXPathUncompressor::expandFile(const Path &path, const FileStatus 
             m_observer->fileLeftAlone(path, *reason);
         return 0;
     }
-    expandInPlaceFileAtPath(path);
+    expandInPlaceFileAtPath(path, status.identity);
     return kPathAccepted;
 }
 
-void PXPathUncompressor::expandInPlaceFileAtPath(const Path &path)
+void PXPathUncompressor::expandInPlaceFileAtPath(const Path &path, const std::optional<FileIdentity> &expected)
 {
     willExpandFile(path);
     ExpansionOutcome outcome;
-    DVHFSUncompressor::expandInPlacePath(path, nullptr, nullptr, nullptr, false, {m_stop, &outcome});
+    DVHFSUncompressor::expandInPlacePath(path, nullptr, nullptr, nullptr, false, {m_stop, &outcome, expected});
     if (m_observer)
         m_observer->expansionEnded(path, outcome);
     didExpandFile(path);

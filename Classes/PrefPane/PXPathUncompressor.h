@@ -32,12 +32,17 @@ public:
     /// Does nothing while it runs already; one that has finished may be run again.
     void runWithDelegate(PXPathUncompressorDelegate *delegate);
 
+    /// The first reason to leave the file alone, which has that status by itself; nullopt when it is to be expanded.
+    static std::optional<PXPathUncompressorObserver::LeftAlone> reasonToLeaveAlone(const Path &path,
+                                                                                   const FileStatus &status);
+
     /// Expands the file if it is one to be expanded. Answers 1 when it was tried, else 0: then nobody is told but the
     /// observer.
     std::uint32_t expandFile(const char *path);
 
-    /// Tells the delegate before and after; whether it worked only the observer hears.
-    void expandInPlaceFileAtPath(const Path &path);
+    /// Tells the delegate before and after; whether it worked only the observer hears. Any other file than `expected`
+    /// that stands at the path by now is refused.
+    void expandInPlaceFileAtPath(const Path &path, const std::optional<FileIdentity> &expected = std::nullopt);
 
     void willExpandFile(const Path &path);
     void didExpandFile(const Path &path);

@@ -6,6 +6,7 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/PrefPane/PXPreferenceCommunicator.h"
+#include "Classes/PrefPane/PXUncompressorController.h"
 #include "Classes/PrefPane/TamselPrefView.h"
 #include "Classes/Shared/Log.h"
 #include "Platform/DistributedNotificationCenter.h"
@@ -78,6 +79,11 @@ void TamselPref::didUnselect()
 {
     if (!settings()->helperActive())
         PXPreferenceCommunicator::sharedCommunicatorController()->notifyHelperShouldQuit();
+}
+
+bool TamselPref::mayClose(std::function<void()> close)
+{
+    return !m_uncompressor || m_uncompressor->mayClose(std::move(close));
 }
 
 void TamselPref::handleRequest(const std::string &request)

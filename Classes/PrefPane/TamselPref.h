@@ -18,6 +18,7 @@ class KeyframeAnimation;
 class Layer;
 class OpenPanel;
 class PXExclusionsController;
+class PXUncompressorController;
 class QAbstractButton;
 class QDialog;
 class QLabel;
@@ -42,6 +43,8 @@ public:
     void mainViewDidLoad() override;
     void didSelect() override;
     void didUnselect() override;
+
+    bool mayClose(std::function<void()> close) override;
 
     /// "on" and "off": as a click on the switch would do, where it is not so already. Those that begin with
     /// "exclusions" change a list.
@@ -119,6 +122,7 @@ private:
     void connectHistory();
     void addFolderPanelDidEnd(const OpenPanel &panel, int returnCode);
     void connectExclusions();
+    void connectUncompressor();
     void connectControls();
     void connectView();
     void showLoginItem();
@@ -142,6 +146,7 @@ private:
 
     QPointer<TamselPrefView> m_view; ///< the host's
     QPointer<PXExclusionsController> m_exclusions;
+    QPointer<PXUncompressorController> m_uncompressor;
     QPointer<ConfirmationSheet> m_uninstallSheet;
     QPointer<ConfirmationSheet> m_restartSheet;
     std::optional<std::string> m_relauncherPath;

@@ -4,6 +4,7 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/PrefPane/PXExclusionsController.h"
 #include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/PrefPane/PXUncompressorController.h"
 #include "Classes/PrefPane/TamselPrefView.h"
 #include "Platform/LoginWindow.h"
 #include "Platform/Workspace.h"
@@ -16,6 +17,7 @@ QWidget *TamselPref::loadMainView()
     m_view = new TamselPrefView(bundle());
     connectHistory();
     connectExclusions();
+    connectUncompressor();
     makeSheets();
     connectControls();
     return m_view;
@@ -48,6 +50,14 @@ void TamselPref::connectExclusions()
         }
         return folders;
     });
+}
+
+void TamselPref::connectUncompressor()
+{
+    m_uncompressor = new PXUncompressorController;
+    m_uncompressor->setExclusionsController(m_exclusions);
+    m_view->ui().uncompressTab->setIcon(m_view->icon(56));
+    m_view->ui().uncompressTab->follow(m_uncompressor);
 }
 
 /// The actions of the interface. What belongs to the settings is connected once these are made.

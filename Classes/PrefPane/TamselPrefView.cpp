@@ -80,8 +80,7 @@ void TamselPrefView::setUpFonts()
     QFont heading = font();
     heading.setPointSizeF(heading.pointSizeF() * 1.3);
     heading.setBold(true);
-    for (QLabel *label : {m_ui->uncompressHeading, m_ui->totalSavingsTextField})
-        label->setFont(heading);
+    m_ui->totalSavingsTextField->setFont(heading);
     for (QPushButton *button : findChildren<QPushButton *>())
         button->setMinimumSize(button->sizeHint() + QSize(20, 4));
 }

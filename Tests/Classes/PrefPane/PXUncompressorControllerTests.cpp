@@ -1,0 +1,333 @@
+#include "Classes/PrefPane/DragInfoImageView.h"
+#include "Classes/PrefPane/ExpansionRun.h"
+#include "Classes/Shared/AnimatorProxy.h"
+#include "Platform/Fake/FakeVolumes.h"
+#include "Tests/Classes/PrefPane/UncompressorFixture.h"
+
+#include <QPropertyAnimation>
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+namespace {
+
+class PXUncompressorControllerTest : public UncompressorFixture
+{
+protected:
+    PXUncompressorControllerTest()
+    {
+        hint = window.findChild<DragInfoImageView *>();
+        content.setUrls({QUrl::fromLocalFile(QStringLiteral("/nowhere"))});
+    }
+    Qt::DropAction enter() { return box->draggingEntered(content); }
+
+    /// Runs the fading of a view to its end.
+    static void endFading(QWidget *faded)
+    {
+        if (QPropertyAnimation *const fading = AnimatorProxy::alphaAnimation(faded))
+            fading->setCurrentTime(fading->duration());
+    }
+    double alphaOfLabel()
+    {
+        endFading(label);
+        return AnimatorProxy::alphaValue(label);
+    }
+
+    DragInfoImageView *hint = nullptr;
+    QMimeData content;
+};
+
+} // namespace
+
+TEST_F(PXUncompressorControllerTest, atRest_showsIconAndLabelAndNoHint)
+{
+    EXPECT_EQ(labelText(), kAtRest);
+    EXPECT_FALSE(hint->isVisible());
+    EXPECT_FALSE(uncompressor->uncompressing());
+    EXPECT_FALSE(uncompressor->property("animatingDragInfoImage").toBool());
+}
+
+TEST_F(PXUncompressorControllerTest, dragOver_animatesTheHintWithTwoPeriods)
+{
+    EXPECT_EQ(enter(), Qt::CopyAction);
+    EXPECT_TRUE(uncompressor->animatingDragInfoImage());
+    EXPECT_TRUE(hint->isVisible());
+    EXPECT_FALSE(hint->layer().masksToBounds());
+    EXPECT_EQ(alphaOfLabel(), 0.0);
+
+    KeyframeAnimation *const fading = hint->layer().animation(QStringLiteral("opacity"));
+    KeyframeAnimation *const moving = hint->layer().animation(QStringLiteral("position"));
+    for (KeyframeAnimation *const animation : {fading, moving}) {
+        ASSERT_NE(animation, nullptr);
+        EXPECT_TRUE(animation->autoreverses());
+        EXPECT_EQ(animation->loopCount(), -1);
+        animation->pause();
+    }
+    fading->setCurrentTime(0);
+    EXPECT_DOUBLE_EQ(hint->layer().presentedOpacity(), 0.7);
+    fading->setCurrentTime(400);
+    EXPECT_DOUBLE_EQ(hint->layer().presentedOpacity(), 1.0);
+    fading->setCurrentTime(600);
+    EXPECT_DOUBLE_EQ(hint->layer().presentedOpacity(), 0.85);
+    fading->setCurrentTime(1600);
+    EXPECT_DOUBLE_EQ(hint->layer().presentedOpacity(), 0.7);
+    moving->setCurrentTime(0);
+    EXPECT_EQ(hint->layer().presentedPosition(), QPointF(0, -2));
+    moving->setCurrentTime(300);
+    EXPECT_EQ(hint->layer().presentedPosition(), QPointF(0, 3));
+    moving->setCurrentTime(600);
+    EXPECT_EQ(hint->layer().presentedPosition(), QPointF(0, -2));
+}
+
+TEST_F(PXUncompressorControllerTest, secondDragOver_leavesTheAnimationAsItIs)
+{
+    enter();
+    const KeyframeAnimation *const first = hint->layer().animation(QStringLiteral("opacity"));
+    enter();
+    EXPECT_EQ(hint->layer().animation(QStringLiteral("opacity")), first);
+}
+
+TEST_F(PXUncompressorControllerTest, dragThatLeaves_bringsLabelAndIconBack)
+{
+    enter();
+    box->draggingExited(nullptr);
+    EXPECT_FALSE(uncompressor->animatingDragInfoImage());
+    EXPECT_FALSE(hint->isVisible());
+    EXPECT_EQ(hint->layer().animation(QStringLiteral("opacity")), nullptr);
+    EXPECT_EQ(hint->layer().animation(QStringLiteral("position")), nullptr);
+    EXPECT_EQ(alphaOfLabel(), 1.0);
+    for (QLabel *const each : box->findChildren<QLabel *>()) {
+        endFading(each);
+        EXPECT_EQ(AnimatorProxy::alphaValue(each), 1.0);
+    }
+}
+
+TEST_F(PXUncompressorControllerTest, drop_expandsSaysSoAndExcludes)
+{
+    const Bytes original = make("inner/file", 200000);
+    enter();
+    ASSERT_TRUE(drop({folder}));
+    EXPECT_TRUE(uncompressor->uncompressing());
+    EXPECT_FALSE(uncompressor->animatingDragInfoImage());
+    EXPECT_EQ(labelText(), kWorking);
+    EXPECT_THAT(storedPaths(), ElementsAre(folder.native()));
+    EXPECT_THAT(takePosts(), ElementsAre(kPathsChanged));
+
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_FALSE(uncompressor->uncompressing());
+    EXPECT_EQ(labelText(), kAtRest);
+    EXPECT_EQ(alphaOfLabel(), 1.0);
+    EXPECT_EQ(FileSystem::current().readFile(folder / "inner/file", 1 << 20).valueOr({}), original);
+    EXPECT_THAT(host.activations(), ElementsAre(true));
+}
+
+TEST_F(PXUncompressorControllerTest, severalPaths_areExpandedInTheirOrder)
+{
+    for (const char *const name : {"c", "a", "b"})
+        make(name);
+    drop({folder / "c", folder / "a", folder / "b"});
+    EXPECT_EQ(untilFinished(), kFinished);
+    std::string lines;
+    const auto take = [&](std::string_view piece) {
+        lines += piece;
+        return true;
+    };
+    ASSERT_TRUE(uncompressor->run()->journal().read(take));
+    EXPECT_LT(lines.find("/c\n"), lines.find("/a\n"));
+    EXPECT_LT(lines.find("/a\n"), lines.find("/b\n"));
+    EXPECT_NE(lines.find("/b\n"), std::string::npos);
+}
+
+TEST_F(PXUncompressorControllerTest, nothingCompressed_stillFinishesAndExcludes)
+{
+    writeFile(folder / "ordinary", "text");
+    drop({folder});
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_THAT(storedPaths(), ElementsAre(folder.native()));
+}
+
+TEST_F(PXUncompressorControllerTest, noPaths_finishToo)
+{
+    uncompressor->uncompress({});
+    EXPECT_TRUE(uncompressor->uncompressing());
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_THAT(storedPaths(), IsEmpty());
+}
+
+TEST_F(PXUncompressorControllerTest, dragWhileWorking_isRefusedWithoutAnimation)
+{
+    drop({folder});
+    EXPECT_EQ(enter(), Qt::IgnoreAction);
+    EXPECT_FALSE(uncompressor->animatingDragInfoImage());
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_EQ(enter(), Qt::CopyAction);
+}
+
+TEST_F(PXUncompressorControllerTest, dropWhileWorking_isIgnored)
+{
+    drop({folder});
+    const auto first = uncompressor->run();
+    drop({folder / "other"});
+    EXPECT_EQ(uncompressor->run(), first);
+    EXPECT_THAT(storedPaths(), ElementsAre(folder.native()));
+    EXPECT_EQ(untilFinished(), kFinished);
+    settle();
+    EXPECT_EQ(takeAlert(), "") << "one run, one sheet";
+}
+
+TEST_F(PXUncompressorControllerTest, listThatCannotBeStored_doesNotStopTheRun)
+{
+    make("file");
+    std::filesystem::remove(pathsFile);
+    std::filesystem::create_directories(pathsFile / "in the way");
+    drop({folder});
+    EXPECT_THAT(takeAlert(), HasSubstr("unable to store the excluded paths"));
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_TRUE(isExpanded("file"));
+    std::filesystem::remove_all(pathsFile);
+}
+
+TEST_F(PXUncompressorControllerTest, controllerThatGoes_waitsForItsRun)
+{
+    for (int index = 0; index < 20; ++index)
+        make("file" + std::to_string(index), 300000);
+    drop({folder});
+    delete view;
+    view = nullptr;
+    for (int index = 0; index < 20; ++index) {
+        const Path path = folder / ("file" + std::to_string(index));
+        const bool isWhole = std::filesystem::file_size(path) == 300000;
+        EXPECT_TRUE(isWhole || FileSystem::current().openResourceFork(path)) << path;
+    }
+}
+
+namespace {
+
+/// A run that is under way until it is told to go on.
+class PXUncompressorControllerClosing : public PXUncompressorControllerTest
+{
+protected:
+    PXUncompressorControllerClosing()
+    {
+        make("file", 200000);
+        drop({folder});
+        EXPECT_FALSE(uncompressor->mayClose([this] { ++closed; }));
+    }
+    void press(const char *title)
+    {
+        const auto *const question = qobject_cast<QMessageBox *>(host.attachedSheet(&window));
+        ASSERT_NE(question, nullptr);
+        for (QAbstractButton *const button : question->buttons()) {
+            if (button->text() == QLatin1String(title))
+                return button->click();
+        }
+        FAIL() << "no button " << title;
+    }
+
+    int closed = 0;
+};
+
+} // namespace
+
+TEST_F(PXUncompressorControllerTest, mayClose_atRest_isYes)
+{
+    EXPECT_TRUE(uncompressor->mayClose({}));
+}
+
+TEST_F(PXUncompressorControllerClosing, agreed_stopsThenCloses)
+{
+    press("Stop and Close");
+    EXPECT_EQ(closed, 0) << "it has not ended yet";
+    EXPECT_TRUE(waitFor([this] { return closed == 1; }, 60000));
+    EXPECT_FALSE(uncompressor->uncompressing());
+    EXPECT_TRUE(uncompressor->mayClose({}));
+}
+
+TEST_F(PXUncompressorControllerClosing, notAgreed_goesOn)
+{
+    press("Keep Uncompressing");
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_EQ(closed, 0);
+    EXPECT_TRUE(isExpanded("file"));
+}
+
+TEST_F(PXUncompressorControllerClosing, askedAgain_asksOnce)
+{
+    EXPECT_FALSE(uncompressor->mayClose([this] { ++closed; }));
+    press("Keep Uncompressing");
+    EXPECT_EQ(untilFinished(), kFinished) << "no second question";
+}
+
+TEST_F(PXUncompressorControllerClosing, agreedAfterTheEnd_closes)
+{
+    EXPECT_TRUE(waitFor([this] { return !uncompressor->uncompressing(); }, 60000));
+    press("Stop and Close");
+    EXPECT_EQ(closed, 1);
+    EXPECT_TRUE(isExpanded("file"));
+}
+
+namespace {
+
+/// The dropped files lie on a volume with little room.
+class PXUncompressorControllerOnFullVolume : public PXUncompressorControllerTest
+{
+protected:
+    PXUncompressorControllerOnFullVolume()
+    {
+        volumes.volumes = {{"/"}};
+        volumes.volumes[0].availableSpace = 100000;
+        make("file", 200000);
+        drop({folder});
+        waitFor([this] { return host.attachedSheet(&window) != nullptr; }, 60000);
+    }
+    QMessageBox *question() { return qobject_cast<QMessageBox *>(host.attachedSheet(&window)); }
+    void press(const char *title)
+    {
+        for (QAbstractButton *const button : question()->buttons()) {
+            if (button->text() == QLatin1String(title))
+                return button->click();
+        }
+        FAIL() << "no button " << title;
+    }
+
+    FakeVolumes volumes;
+    Override<Volumes> volumesInPlace{volumes};
+};
+
+} // namespace
+
+TEST_F(PXUncompressorControllerOnFullVolume, question_namesBothFigures)
+{
+    ASSERT_NE(question(), nullptr);
+    EXPECT_THAT(question()->informativeText().toStdString(), HasSubstr("needs 201 KB on /, where 100 KB are free"));
+    EXPECT_TRUE(uncompressor->uncompressing());
+    EXPECT_EQ(labelText(), kWorking);
+    EXPECT_THAT(storedPaths(), ElementsAre(folder.native())) << "the steps of the drop come first";
+    press("Cancel");
+    EXPECT_EQ(untilFinished(), kFinished);
+}
+
+TEST_F(PXUncompressorControllerOnFullVolume, refusal_endsInTheSameWayAndExpandsNothing)
+{
+    press("Cancel");
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_FALSE(isExpanded("file"));
+    EXPECT_EQ(labelText(), kAtRest);
+}
+
+TEST_F(PXUncompressorControllerOnFullVolume, consent_expandsAllTheSame)
+{
+    press("Uncompress Anyway");
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_TRUE(isExpanded("file"));
+}
+
+TEST_F(PXUncompressorControllerOnFullVolume, cancelWhileItIsAsked_ends)
+{
+    uncompressor->cancel();
+    EXPECT_TRUE(waitFor([this] { return !uncompressor->uncompressing(); }, 60000));
+    press("Uncompress Anyway");
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_FALSE(isExpanded("file"));
+}
