@@ -89,10 +89,17 @@ static void setAttribute(const Path &path, const char *name, ByteView value)
 
 void CompressedSample::make(const Path &path, ByteView content)
 {
+    make(std::vector<Path>{path}, content);
+}
+
+void CompressedSample::make(const std::vector<Path> &paths, ByteView content)
+{
     const Bytes companionBytes = companion(fork(content));
-    std::ofstream(path.parent_path() / ("._" + path.filename().native()), std::ios::binary)
-        .write(reinterpret_cast<const char *>(companionBytes.data()), std::streamsize(companionBytes.size()));
-    std::ofstream(path, std::ios::binary).close();
-    setAttribute(path, "user.com.apple.decmpfs", decmpfs(content.size()));
-    setAttribute(path, "user.tamsel.st_flags", bytesOf("32"));
+    for (const Path &path : paths) {
+        std::ofstream(path.parent_path() / ("._" + path.filename().native()), std::ios::binary)
+            .write(reinterpret_cast<const char *>(companionBytes.data()), std::streamsize(companionBytes.size()));
+        std::ofstream(path, std::ios::binary).close();
+        setAttribute(path, "user.com.apple.decmpfs", decmpfs(content.size()));
+        setAttribute(path, "user.tamsel.st_flags", bytesOf("32"));
+    }
 }

@@ -20,4 +20,7 @@ Bytes companion(ByteView fork);
 /// Makes the file on the disk: empty, flagged, with header and companion.
 void make(const Path &path, ByteView content);
 
+/// Makes several with the same content, which is compressed once.
+void make(const std::vector<Path> &paths, ByteView content);
+
 } // namespace CompressedSample

@@ -64,8 +64,13 @@ bool FileDrag::movePointer(const QPoint &to)
     return m_isHeld && m_display.run(steps);
 }
 
-bool FileDrag::drop()
+bool FileDrag::letGo()
 {
     m_isHeld = !m_display.run({QStringLiteral("mouseup"), QStringLiteral("1")});
-    return !m_isHeld && waitFor([this] { return m_source.state() == QProcess::NotRunning; }, kTimeoutMs);
+    return !m_isHeld;
+}
+
+bool FileDrag::waitUntilTaken()
+{
+    return waitFor([this] { return m_source.state() == QProcess::NotRunning; }, kTimeoutMs);
 }

@@ -19,8 +19,12 @@ public:
     /// Moves the pointer to this point of the window with such a title, as a hand would; answers whether there is one.
     bool moveTo(const std::string &title, const QPoint &point);
 
-    /// Lets the files go and waits until the other program has done with them.
-    bool drop();
+    /// Lets the files go, and waits until the other program has done with them.
+    bool drop() { return letGo() && waitUntilTaken(); }
+
+    /// The two apart: whoever takes them may still ask the other program for them after they were let go.
+    bool letGo();
+    bool waitUntilTaken();
 
 private:
     bool movePointer(const QPoint &to);

@@ -65,6 +65,17 @@ bool VirtualDisplay::isShown(const std::string &title)
     return run(search(title));
 }
 
+std::string VirtualDisplay::clipboardText()
+{
+    QProcessEnvironment environment = m_environment;
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    QProcess reader;
+    reader.setProcessEnvironment(environment);
+    reader.start(QStringLiteral(TAMSEL_CLIPBOARD_TEXT), QStringList());
+    reader.waitForFinished(kTimeoutMs);
+    return reader.readAllStandardOutput().toStdString();
+}
+
 bool VirtualDisplay::run(const QStringList &arguments, QByteArray *said)
 {
     QProcess process;

@@ -32,6 +32,9 @@ public:
     /// Whether a window with such a title is shown.
     bool isShown(const std::string &title);
 
+    /// The text on the clipboard of the display; empty when there is none.
+    std::string clipboardText();
+
     /// Runs xdotool with these arguments on the display and answers whether it succeeded; `said` gets what it wrote.
     bool run(const QStringList &arguments, QByteArray *said = nullptr);
 
