@@ -1,0 +1,98 @@
+#include "Classes/PrefPane/DVBox.h"
+#include "Classes/PrefPane/ExpansionRun.h"
+#include "Classes/PrefPane/PXUncompressorController.h"
+#include "Classes/PrefPane/UncompressView.h"
+#include "Platform/Services.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMessageBox>
+#include <QTimer>
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+// How a panel fares whose user drops a great many small files: how long its main thread was ever away from its events,
+// and how its memory grew. Usage: DropZoneBenchmark COUNT FOLDER. The folder is made, filled and left; where it is
+// there already it is taken as it is.
+
+namespace fs = std::filesystem;
+
+static constexpr int kFilesOfAFolder = 1000;
+static constexpr int kBeatMs = 1;
+
+static void fill(const Path &folder, int count)
+{
+    for (int index = 0; index < count; ++index) {
+        const Path inner = folder / std::to_string(index / kFilesOfAFolder);
+        if (index % kFilesOfAFolder == 0)
+            fs::create_directories(inner);
+        std::ofstream(inner / ("file number " + std::to_string(index))) << "small";
+    }
+}
+
+/// What the process holds in memory, in KiB.
+static long residentKib()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmRSS:"))
+            return std::stol(line.substr(6));
+    }
+    return 0;
+}
+
+int main(int argc, char **argv)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication application(argc, argv);
+    if (argc != 3) {
+        std::cerr << "Usage: DropZoneBenchmark COUNT FOLDER\n";
+        return 2;
+    }
+    installEngineServices();
+    installPaneServices();
+    const Path folder = argv[2];
+    if (!fs::exists(folder))
+        fill(folder, std::stoi(argv[1]));
+
+    UncompressView view;
+    auto *const controller = new PXUncompressorController;
+    view.follow(controller);
+    view.resize(720, 420);
+    view.show();
+    QCoreApplication::processEvents();
+
+    std::vector<double> gaps;
+    long most = 0;
+    QElapsedTimer sinceBeat;
+    QTimer beat;
+    beat.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&beat, &QTimer::timeout, [&] {
+        gaps.push_back(double(sinceBeat.nsecsElapsed()) / 1e6);
+        sinceBeat.start();
+    });
+    QTimer memory;
+    QObject::connect(&memory, &QTimer::timeout, [&] { most = std::max(most, residentKib()); });
+    const long before = residentKib();
+    sinceBeat.start();
+    beat.start(kBeatMs);
+    memory.start(200);
+    QElapsedTimer whole;
+    whole.start();
+    controller->uncompress({folder});
+    while (controller->uncompressing())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    std::cout << "took " << whole.elapsed() << " ms\n";
+    std::ranges::sort(gaps);
+    std::cout << "longest absence from the events " << gaps.back() << " ms, 99.9 % within "
+              << gaps[gaps.size() * 999 / 1000] << " ms, " << gaps.end() - std::ranges::upper_bound(gaps, 16.0)
+              << " of " << gaps.size() << " over 16 ms\n"
+              << "memory " << before << " KiB before, " << most << " KiB at most, " << residentKib() << " KiB after\n";
+    for (const auto &[reason, count] : controller->run()->takeProgress().counts)
+        std::cout << "files of one reason: " << count << '\n';
+    return 0;
+}
