@@ -100,17 +100,25 @@ void TreeWalk::step()
     const auto *entry = reinterpret_cast<const dirent64 *>(level.buffer.data() + level.position);
     level.position += entry->d_reclen;
     level.resumeAt = entry->d_off;
-    const std::string name = entry->d_name;
+    const std::string_view name = entry->d_name;
     if (name != "." && name != "..")
-        meet(name);
+        meet(entry->d_name);
 }
 
-void TreeWalk::meet(const std::string &name)
+/// To put another name at a path's end takes a third of the time of making one anew.
+const Path &TreeWalk::pathOf(const char *name)
+{
+    if (m_met.empty())
+        m_met = m_path.ends_with('/') ? m_path : m_path + '/';
+    return m_met.replace_filename(name);
+}
+
+void TreeWalk::meet(const char *name)
 {
     const Level &level = m_levels.back();
-    const Path path = m_path.ends_with('/') ? m_path + name : m_path + '/' + name;
+    const Path &path = pathOf(name);
     struct stat status = {};
-    if (::fstatat(level.directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+    if (::fstatat(level.directory.get(), name, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
         const int failure = errno;
         if (failure != ENOENT) // gone since the directory was read
             m_unreadable(path, Failure::fromErrno(failure, "fstatat", path));
@@ -129,6 +137,7 @@ void TreeWalk::meet(const std::string &name)
 void TreeWalk::push(Level level, const Path &path)
 {
     m_path = path.native();
+    m_met.clear();
     level.pathLength = m_path.size();
     m_levels.push_back(std::move(level));
     if (m_levels.size() - m_parked <= kOpenLevels)
@@ -145,6 +154,7 @@ Result<void> TreeWalk::pop()
     const Level child = std::move(m_levels.back());
     m_levels.pop_back();
     m_path.resize(m_levels.empty() ? 0 : m_levels.back().pathLength);
+    m_met.clear();
     if (m_levels.empty() || m_parked < m_levels.size())
         return {};
     --m_parked;

@@ -37,13 +37,15 @@ private:
     Result<void> pop();
     Result<void> reopenFrom(const Level &child, Level &parent) const;
     void step();
-    void meet(const std::string &name);
+    void meet(const char *name);
+    const Path &pathOf(const char *name);
 
     const Visit &m_visit;
     const Unreadable &m_unreadable;
     const std::stop_token m_stop;
     const MountPoints m_mountPoints;
     std::string m_path; ///< of the innermost level, and so of all of them: each path alone would be too much
+    Path m_met;         ///< of the entry that was met last, or the innermost level with a slash
     std::deque<Level> m_levels;
     std::size_t m_parked = 0; ///< how many of the outermost levels are parked
 };

@@ -1,0 +1,116 @@
+#include "Benchmarks/CompressedMaterial.h"
+#include "Benchmarks/Timing.h"
+#include "Classes/PrefPane/PXPathUncompressor.h"
+#include "Classes/Shared/DVHFSUncompressor.h"
+#include "Platform/Services.h"
+
+#include <cstdlib>
+#include <grp.h>
+#include <list>
+#include <unistd.h>
+
+// What an expansion takes beside what it has to do at least (read, inflate the same blocks, write, sync), and beside
+// unpacking an archive of the same bytes. "ExpansionBenchmark [MIB [FILES [ROUNDS]]]" below TMPDIR: one file of so many
+// MiB, and so many files of 100 KiB.
+
+using CompressedMaterial::Subject;
+
+static bool runQuietly(const std::string &command)
+{
+    return std::system((command + " > /dev/null 2>&1").c_str()) == 0;
+}
+
+/// Adds 7z as another way, where there is one. `folder` holds the expanded files.
+static void addRival(Timing &timing, const Path &folder, const Path &place)
+{
+    const std::string archive = place / "archive.zip", out = place / "unpacked";
+    if (!runQuietly("cd '" + folder.native() + "' && 7z a -tzip -mm=Deflate -mx=6 '" + archive + "' . '-x!*.kept'")) {
+        std::printf("7z is not to be had here\n");
+        return;
+    }
+    timing.add(
+        "7z x of the same bytes", [=] { runQuietly("7z x -y '-o" + out + "' '" + archive + "'"); },
+        [=] { std::filesystem::remove_all(out); });
+}
+
+static void check(bool isExpanded, const Path &path)
+{
+    if (isExpanded)
+        return;
+    std::fprintf(stderr, "%s was not expanded\n", path.c_str());
+    std::exit(1);
+}
+
+static void measureOne(const Path &root, const Bytes &content, int rounds)
+{
+    const Path folder = root / "one";
+    std::filesystem::create_directory(folder);
+    const Subject subject(folder / "file", content);
+    subject.restore();
+    check(DVHFSUncompressor::expandInPlacePath(subject.file()), subject.file());
+    Timing timing;
+    const auto restore = [&] { subject.restore(); };
+    timing.add(
+        "expanded", [&] { check(DVHFSUncompressor::expandInPlacePath(subject.file()), subject.file()); }, restore);
+    timing.add(
+        "the same blocks by libdeflate, one sync", [&] { subject.inflateBarely(false); }, restore);
+    timing.add(
+        "the same blocks by zlib alone, one sync", [&] { subject.inflateBarely(true); }, restore);
+    addRival(timing, folder, root);
+    timing.measure(rounds);
+    timing.print("one file of " + std::to_string(content.size() >> 20) + " MiB");
+    std::filesystem::remove_all(folder);
+}
+
+static void measureMany(const Path &root, const Bytes &content, int files, int rounds)
+{
+    constexpr std::size_t kSize = 100 << 10;
+    const Path folder = root / "many";
+    std::list<Subject> subjects;
+    for (int number = 0; number < files; ++number) {
+        const Path below = folder / std::to_string(number / 100);
+        std::filesystem::create_directories(below);
+        const std::size_t at = std::size_t(number) * kSize % (content.size() - kSize);
+        subjects.emplace_back(below / std::to_string(number), ByteView(content).subspan(at, kSize));
+    }
+    const auto restore = [&] {
+        for (const Subject &subject : subjects)
+            subject.restore();
+    };
+    const auto expand = [&] { PXPathUncompressor::runUncompressorWithPath(folder, nullptr); };
+    restore();
+    expand();
+    check(std::filesystem::file_size(subjects.back().file()) == kSize, subjects.back().file());
+    Timing timing;
+    timing.add("expanded", expand, restore);
+    timing.add(
+        "the same blocks by libdeflate, a sync a file",
+        [&] {
+            for (const Subject &subject : subjects)
+                subject.inflateBarely(false);
+        },
+        restore);
+    addRival(timing, folder, root);
+    timing.measure(rounds);
+    timing.print(std::to_string(files) + " files of 100 KiB");
+}
+
+int main(int argc, char **argv)
+{
+    const auto argument = [&](int at, int otherwise) { return argc > at ? std::atoi(argv[at]) : otherwise; };
+    const int megabytes = std::max(argument(1, 1024), 1), files = argument(2, 10000), rounds = argument(3, 7);
+    std::string folder = std::filesystem::temp_directory_path() / "expansion-benchmark.XXXXXX";
+    if (!::mkdtemp(folder.data())) {
+        std::perror("mkdtemp");
+        return 1;
+    }
+    const gid_t group = ::getegid();
+    if (::geteuid() == 0 && ::setgroups(1, &group) != 0) // files of a group that root is not in are left alone
+        std::perror("setgroups");
+    installEngineServices();
+    const Bytes content = CompressedMaterial::collect(std::size_t(megabytes) << 20);
+    measureOne(folder, content, rounds);
+    measureMany(folder, content, files, rounds);
+    std::filesystem::remove_all(folder);
+    return 0;
+}
