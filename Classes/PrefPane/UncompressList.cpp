@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/UncompressList.h"
 
 #include "Classes/PrefPane/ExpansionRun.h"
+#include "Classes/PrefPane/ToolTips.h"
 #include "Classes/PrefPane/UncompressWords.h"
 
 #include <QFile>
@@ -123,9 +124,8 @@ QVariant UncompressList::entryData(const ExpansionEntry &entry, int column, int 
 {
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
         return {};
-    if (column == FileColumn)
-        return QFile::decodeName(entry.path.c_str());
-    return UncompressWords::remark(entry);
+    const QString text = column == FileColumn ? QFile::decodeName(entry.path.c_str()) : UncompressWords::remark(entry);
+    return role == Qt::DisplayRole ? text : plainToolTip(text);
 }
 
 QVariant UncompressList::headerData(int section, Qt::Orientation orientation, int role) const

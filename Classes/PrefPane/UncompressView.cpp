@@ -68,11 +68,14 @@ void UncompressView::makeBox()
     m_box->setObjectName(QStringLiteral("uncompressBox"));
     m_box->setAccessibleName(tr("Uncompress box"));
     m_box->setFixedHeight(kBoxHeight);
+    m_box->setFrameStyle(int(QFrame::Box) | int(QFrame::Plain)); // the style's own panel is hardly seen when it is dark
+    m_box->setForegroundRole(QPalette::PlaceholderText);
     m_icon = new QLabel(m_box);
     m_icon->setAlignment(Qt::AlignCenter);
     m_label = new QLabel(m_box);
     m_label->setObjectName(QStringLiteral("dragTextField"));
     m_label->setTextFormat(Qt::PlainText);
+    m_label->setForegroundRole(QPalette::WindowText);
     m_label->setAlignment(Qt::AlignCenter);
     m_label->setWordWrap(true);
     m_label->setText(QStringLiteral("Drag files or folders here to uncompress them"));
