@@ -10,8 +10,11 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 static constexpr QSize kIconSize(48, 48);
-static constexpr int kWidth = 360;
+static constexpr int kWidest = 430;
+static constexpr int kMargin = 12;
 
 EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation, QTableView *table)
     : QWidget(table->viewport())
@@ -40,9 +43,8 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     column->addWidget(title);
     column->addWidget(text);
     auto *const place = new QVBoxLayout(this);
-    place->setContentsMargins(12, 12, 12, 12);
+    place->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     place->addWidget(m_words, 0, Qt::AlignCenter);
-    m_words->setFixedWidth(kWidth);
     table->viewport()->installEventFilter(this);
     showOrHide();
 }
@@ -60,7 +62,7 @@ void EmptyListNote::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPen pen(blended(palette().color(QPalette::Text), palette().color(QPalette::Base), 0.3), 1.5);
+    QPen pen(blended(palette().color(QPalette::Text), palette().color(QPalette::Base), 0.6), 1.5);
     pen.setDashPattern({5, 4});
     painter.setPen(pen);
     painter.drawRoundedRect(QRectF(m_words->geometry()).adjusted(1, 1, -1, -1), 10, 10);
@@ -69,13 +71,19 @@ void EmptyListNote::paintEvent(QPaintEvent *)
 bool EmptyListNote::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Resize || event->type() == QEvent::Show)
-        setGeometry(m_table->viewport()->rect());
+        fill();
     return QWidget::eventFilter(watched, event);
+}
+
+void EmptyListNote::fill()
+{
+    setGeometry(m_table->viewport()->rect());
+    m_words->setFixedWidth(std::clamp(width() - 2 * kMargin, kMargin, kWidest));
 }
 
 void EmptyListNote::showOrHide()
 {
-    setGeometry(m_table->viewport()->rect());
+    fill();
     const bool isEmpty = !m_model || m_model->rowCount() == 0;
     setVisible(isEmpty);
     // What lies over a table's cells is in no tree that is read aloud.

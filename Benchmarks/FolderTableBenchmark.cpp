@@ -1,0 +1,196 @@
+#include "Classes/PrefPane/DVTableView.h"
+#include "Classes/PrefPane/FoldersTableDelegate.h"
+#include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/Util/PXUtil.h"
+#include "Platform/AliasManager.h"
+#include "Platform/Bundle.h"
+#include "Platform/Services.h"
+#include "Tests/Support/HistoryFixture.h"
+#include "Tests/Support/PrivateHome.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QImage>
+#include <QPainter>
+#include <QScrollBar>
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <sqlite3.h>
+#include <vector>
+
+// What the folder table costs with very many folders, and the sum over very many records beside the plain C interface
+// of the database. "FolderTableBenchmark [FOLDERS [RECORDS]]"; makes both in a home of its own. Medians, all from one
+// run.
+
+using Clock = std::chrono::steady_clock;
+
+static double millisecondsOf(const std::function<void()> &run)
+{
+    const Clock::time_point start = Clock::now();
+    run();
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+static double median(std::vector<double> values)
+{
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+static double medianOf(int rounds, const std::function<void()> &run)
+{
+    std::vector<double> times;
+    for (int round = 0; round < rounds; ++round)
+        times.push_back(millisecondsOf(run));
+    return median(std::move(times));
+}
+
+static void execute(sqlite3 *store, const char *statement)
+{
+    char *fault = nullptr;
+    if (sqlite3_exec(store, statement, nullptr, nullptr, &fault) != SQLITE_OK)
+        throw std::runtime_error(fault);
+}
+
+/// Real folders with real alias records, written in one transaction.
+static void recordFolders(const Path &store, int count)
+{
+    HistoryFixture::openDatabase(store);
+    sqlite3 *database = nullptr;
+    sqlite3_open(store.c_str(), &database);
+    sqlite3_stmt *insert = nullptr;
+    execute(database, "BEGIN");
+    sqlite3_prepare_v2(database, "INSERT INTO ZHISTORY VALUES (?, 1, 1, 1, ?, ?, ?, ?)", -1, &insert, nullptr);
+    if (!insert)
+        throw std::runtime_error(sqlite3_errmsg(database));
+    for (int number = 1; number <= count; ++number) {
+        const Path folder = PrivateHome::current().makeFolder("folders/" + std::to_string(number % 100) + "/folder " +
+                                                              std::to_string(number));
+        const Bytes alias = *AliasManager::current().newAlias(folder);
+        sqlite3_reset(insert);
+        sqlite3_bind_int(insert, 1, number);
+        sqlite3_bind_int(insert, 2, number % 101);
+        sqlite3_bind_int64(insert, 3, std::int64_t(number) * 12345);
+        sqlite3_bind_text(insert, 4, folder.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_blob(insert, 5, alias.data(), int(alias.size()), SQLITE_TRANSIENT);
+        sqlite3_step(insert);
+    }
+    sqlite3_finalize(insert);
+    execute(database, "COMMIT");
+    sqlite3_close(database);
+}
+
+static void show(QTableView &table)
+{
+    table.verticalHeader()->setDefaultSectionSize(FoldersTableDelegate::kRowHeight);
+    table.verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    table.horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
+    table.resize(720, 340);
+    table.show();
+    table.grab();
+}
+
+static double frameOf(QTableView &table)
+{
+    QImage image(table.viewport()->size(), QImage::Format_ARGB32_Premultiplied);
+    int place = 0;
+    return medianOf(200, [&] {
+        table.verticalScrollBar()->setValue(place += 997); // other rows each time
+        QPainter painter(&image);
+        table.viewport()->render(&painter);
+    });
+}
+
+static void measureTable()
+{
+    auto *const array = new FoldersArrayController;
+    DVTableView table;
+    table.setItemDelegate(new FoldersTableDelegate(&table));
+    PXHistoryController *history = nullptr;
+    std::printf("open the table: %.0f ms\n", millisecondsOf([&] {
+                    history = PXHistoryController::sharedHistoryController();
+                    history->setFoldersArrayController(array);
+                    history->setFoldersTableView(&table);
+                    history->awakeFromNib();
+                    show(table);
+                }));
+    array->setSelectionIndexes({3, 70, array->rowCount() - 1});
+    const std::vector<int> before = array->selectionIndexes();
+    const auto refresh = [&] {
+        history->savingsNeedRefreshing({});
+        table.grab();
+    };
+    std::printf("refresh, places known a moment ago: %.0f ms\n", medianOf(5, refresh));
+    std::vector<double> later;
+    for (int round = 0; round < 3; ++round) {
+        QThread::msleep(3200);
+        QCoreApplication::processEvents();
+        later.push_back(millisecondsOf(refresh));
+    }
+    std::printf("refresh after a pause: %.0f ms, the selection is %s\n", median(later),
+                array->selectionIndexes() == before ? "kept" : "LOST");
+    std::printf("scroll by a frame: %.2f ms\n", frameOf(table));
+    QTableView plain;
+    plain.setModel(array);
+    show(plain);
+    std::printf("scroll by a frame, plain table over the same rows: %.2f ms\n", frameOf(plain));
+}
+
+static void measureSums(const Path &store, int count)
+{
+    sqlite3 *database = nullptr;
+    sqlite3_open(store.c_str(), &database);
+    execute(database, "DELETE FROM ZHISTORY");
+    execute(database,
+            ("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(count) +
+             ") INSERT INTO ZHISTORY SELECT i, 1, 1, i % 2, 100, i * 9007199254740993, '/folder ' || i, NULL "
+             "FROM n")
+                .c_str());
+    const HistoryModel model = HistoryFixture::model();
+    const auto opened = HistoryStore::open(store, model);
+    ByteCount sum = 0;
+    ByteCount plainSum = 0;
+    std::vector<double> ours, plain;
+    for (int round = 0; round < 9; ++round) { // by turns, since other work on the machine comes and goes
+        ours.push_back(millisecondsOf([&] { sum = *(*opened)->sumOfSavings(nullptr); }));
+        plain.push_back(millisecondsOf([&] {
+            sqlite3_stmt *query = nullptr;
+            sqlite3_prepare_v2(database,
+                               "SELECT SUM(ZSAVINGS & 4294967295), SUM((ZSAVINGS >> 32) & 4294967295) FROM ZHISTORY",
+                               -1, &query, nullptr);
+            sqlite3_step(query);
+            plainSum = ByteCount(sqlite3_column_int64(query, 0)) + (ByteCount(sqlite3_column_int64(query, 1)) << 32);
+            sqlite3_finalize(query);
+        }));
+    }
+    sqlite3_close(database);
+    std::printf("sum of %d records: %.1f ms, C interface %.1f ms, %.2f times, the sums %s\n", count, median(ours),
+                median(plain), median(ours) / median(plain), sum == plainSum ? "agree" : "DIFFER");
+}
+
+int main(int argc, char **argv)
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const PrivateHome home;
+    const QApplication application(argc, argv);
+    installEngineServices();
+    installPaneServices();
+    const Path pane = Path(TAMSEL_PANE_RESOURCES).parent_path().parent_path();
+    Bundles::current().remember(*Bundles::current().open(pane));
+    const int folders = argc > 1 ? std::atoi(argv[1]) : 10'000;
+    const int records = argc > 2 ? std::atoi(argv[2]) : 1'000'000;
+    const Path store = *PXUtil::applicationSupportFolder() / PXHistoryController::kStoreFileName;
+    std::printf("%d folders are made\n", folders);
+    recordFolders(store, folders);
+    measureTable();
+    measureSums(store, records);
+    std::fflush(stdout);
+    std::_Exit(0); // the history controller, which lives for ever, still looks
+}
