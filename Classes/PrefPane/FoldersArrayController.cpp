@@ -54,9 +54,16 @@ std::vector<std::size_t> FoldersArrayController::arrangement(const std::vector<H
 {
     std::vector<std::size_t> places(entries.size());
     std::iota(places.begin(), places.end(), std::size_t(0));
+    // The first order decides between nearly all; what it compares is made once for each entry.
+    std::vector<PXSortDescriptor::Compared> compared(entries.size());
+    for (std::size_t place = 0; !m_sortDescriptors.empty() && place < entries.size(); ++place)
+        compared[place] = m_sortDescriptors.front().comparedOf(entries[place]);
     std::stable_sort(places.begin(), places.end(), [&](std::size_t left, std::size_t right) {
-        for (const PXSortDescriptor &descriptor : m_sortDescriptors) {
-            const ComparisonResult result = descriptor.compareObject(entries[left], entries[right]);
+        for (std::size_t order = 0; order < m_sortDescriptors.size(); ++order) {
+            const PXSortDescriptor &descriptor = m_sortDescriptors[order];
+            const ComparisonResult result =
+                order == 0 ? descriptor.compareObject(entries[left], compared[left], entries[right], compared[right])
+                           : descriptor.compareObject(entries[left], entries[right]);
             if (result != ComparisonResult::Same)
                 return result == ComparisonResult::Ascending;
         }

@@ -4,37 +4,42 @@
 
 ComparisonResult SortDescriptor::compareObject(const HistoryEntry &first, const HistoryEntry &second) const
 {
-    const ComparisonResult result = compareValuesOf(first, second);
+    return compare(comparedOf(first), comparedOf(second));
+}
+
+SortDescriptor::Compared SortDescriptor::comparedOf(const HistoryEntry &entry) const
+{
+    const HistoryEntry::Value value = entry.value(m_key);
+    if (const auto *const number = std::get_if<std::uint64_t>(&value))
+        return *number;
+    const auto *const text = std::get_if<std::string>(&value);
+    if (!text)
+        return {};
+    const QString shown = QString::fromStdString(*text);
+    return m_selector == Selector::LastPathComponentCompare ? lastPathComponent(shown) : shown;
+}
+
+ComparisonResult SortDescriptor::compare(const Compared &first, const Compared &second) const
+{
+    const auto *const left = std::get_if<QString>(&first);
+    const auto *const right = std::get_if<QString>(&second);
+    const bool isWithoutCase = left && right && m_selector != Selector::Compare;
+    const ComparisonResult result =
+        isWithoutCase ? caseInsensitiveCompare(*left, *right) : compareValues(first, second);
     return m_isAscending ? result : reversed(result);
 }
 
-ComparisonResult SortDescriptor::compareValuesOf(const HistoryEntry &first, const HistoryEntry &second) const
+ComparisonResult PXSortDescriptor::compareObject(const HistoryEntry &first, const HistoryEntry &second) const
 {
-    const HistoryEntry::Value firstValue = first.value(m_key);
-    const HistoryEntry::Value secondValue = second.value(m_key);
-    const auto *firstText = std::get_if<std::string>(&firstValue);
-    const auto *secondText = std::get_if<std::string>(&secondValue);
-    if (!firstText || !secondText)
-        return compareValues(firstValue, secondValue);
-
-    const QString left = QString::fromStdString(*firstText);
-    const QString right = QString::fromStdString(*secondText);
-    switch (m_selector) {
-    case Selector::CaseInsensitiveCompare:
-        return caseInsensitiveCompare(left, right);
-    case Selector::LastPathComponentCompare:
-        return lastPathComponentCompare(left, right);
-    case Selector::Compare:
-        break;
-    }
-    return compareValues(left, right);
+    return compareObject(first, comparedOf(first), second, comparedOf(second));
 }
 
-ComparisonResult PXSortDescriptor::compareObject(const HistoryEntry &first, const HistoryEntry &second) const
+ComparisonResult PXSortDescriptor::compareObject(const HistoryEntry &first, const Compared &firstCompared,
+                                                 const HistoryEntry &second, const Compared &secondCompared) const
 {
     if (first.sortID == HistoryEntry::kOtherSortID)
         return ComparisonResult::Descending;
     if (second.sortID == HistoryEntry::kOtherSortID)
         return ComparisonResult::Ascending;
-    return SortDescriptor::compareObject(first, second);
+    return compare(firstCompared, secondCompared);
 }

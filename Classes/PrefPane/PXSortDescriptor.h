@@ -3,8 +3,12 @@
 #include "Classes/PrefPane/HistoryEntry.h"
 #include "Classes/Shared/ComparisonResult.h"
 
+#include <QString>
+
+#include <cstdint>
 #include <string>
 #include <utility>
+#include <variant>
 
 /// Orders history entries by one of their values. A value.
 class SortDescriptor
@@ -28,9 +32,12 @@ public:
     /// round.
     ComparisonResult compareObject(const HistoryEntry &first, const HistoryEntry &second) const;
 
-private:
-    ComparisonResult compareValuesOf(const HistoryEntry &first, const HistoryEntry &second) const;
+    /// What is compared of an entry, for who compares the same entries often.
+    using Compared = std::variant<std::monostate, std::uint64_t, QString>;
+    Compared comparedOf(const HistoryEntry &entry) const;
+    ComparisonResult compare(const Compared &first, const Compared &second) const;
 
+private:
     std::string m_key;
     bool m_isAscending = true;
     Selector m_selector = Selector::Compare;
@@ -43,4 +50,8 @@ public:
     using SortDescriptor::SortDescriptor;
 
     ComparisonResult compareObject(const HistoryEntry &first, const HistoryEntry &second) const;
+
+    /// The same, with what `comparedOf` has answered for each.
+    ComparisonResult compareObject(const HistoryEntry &first, const Compared &firstCompared, const HistoryEntry &second,
+                                   const Compared &secondCompared) const;
 };

@@ -12,6 +12,11 @@ ComparisonResult lastPathComponentCompare(const QString &left, const QString &ri
 
 QString lastPathComponent(const QString &path)
 {
-    const QString last = path.section(QLatin1Char('/'), -1, -1, QString::SectionSkipEmpty);
-    return last.isEmpty() && path.startsWith(QLatin1Char('/')) ? QStringLiteral("/") : last;
+    qsizetype end = path.size();
+    while (end > 0 && path[end - 1] == u'/')
+        --end;
+    if (end == 0)
+        return path.isEmpty() ? QString() : QStringLiteral("/");
+    const qsizetype start = path.lastIndexOf(u'/', end - 1) + 1;
+    return path.mid(start, end - start);
 }
