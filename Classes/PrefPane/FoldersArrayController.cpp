@@ -100,6 +100,9 @@ void FoldersArrayController::sort(int column, Qt::SortOrder order)
     std::vector<PXSortDescriptor> descriptors = m_sortDescriptors;
     auto found = std::find_if(descriptors.begin(), descriptors.end(),
                               [&](const PXSortDescriptor &descriptor) { return descriptor.key() == key; });
+    if (found != descriptors.end() && found == descriptors.begin() &&
+        found->isAscending() == (order == Qt::AscendingOrder))
+        return; // the rows stand so already
     if (found == descriptors.end())
         found = descriptors.insert(descriptors.end(), PXSortDescriptor(key));
     found->setAscending(order == Qt::AscendingOrder);
