@@ -175,6 +175,111 @@ TEST_F(BlockInflaterTest, damagedStreams_areNeverRefusedWhereZlibTakesThem)
     RecordProperty("takenBeyondZlib", more);
 }
 
+/// Writes a stream bit by bit: numbers begin with their lowest bit, codes with their highest.
+class StreamOfBits
+{
+public:
+    StreamOfBits &number(unsigned value, int count)
+    {
+        for (int index = 0; index < count; ++index)
+            put(value >> index & 1);
+        return *this;
+    }
+    StreamOfBits &code(unsigned value, int count)
+    {
+        while (count-- > 0)
+            put(value >> count & 1);
+        return *this;
+    }
+    /// A letter in the fixed code, and the end of a block in it.
+    StreamOfBits &letter(char letter) { return code(0x30 + std::uint8_t(letter), 8); }
+    StreamOfBits &end() { return code(0, 7); }
+
+    Bytes withSumOf(ByteView content) const
+    {
+        Bytes bytes = m_bytes;
+        const uLong sum = ::adler32(::adler32(0, nullptr, 0), content.data(), uInt(content.size()));
+        for (const int shift : {24, 16, 8, 0})
+            bytes.push_back(std::uint8_t(sum >> shift));
+        return bytes;
+    }
+
+private:
+    void put(unsigned bit)
+    {
+        if (m_used == 0)
+            m_bytes.push_back(0);
+        m_bytes.back() |= std::uint8_t(bit << m_used);
+        m_used = (m_used + 1) % 8;
+    }
+
+    Bytes m_bytes = {0x78, 0x9C};
+    int m_used = 0;
+};
+
+static constexpr unsigned kFixedCodes = 1, kOwnCodes = 2;
+
+/// "a", and then a run of 258 more by that symbol, of which the format has none.
+static StreamOfBits withLength(unsigned symbol)
+{
+    StreamOfBits bits;
+    bits.number(1, 1).number(kFixedCodes, 2).letter('a').code(0xC0 + symbol - 280, 8).code(0, 5).end();
+    return bits;
+}
+
+/// 25,000 times "a", and then three more from a distance that only such a symbol has.
+static StreamOfBits withDistance(unsigned symbol)
+{
+    StreamOfBits bits;
+    bits.number(1, 1).number(kFixedCodes, 2);
+    for (int letter = 0; letter < 25000; ++letter)
+        bits.letter('a');
+    bits.code(1, 7).code(symbol, 5).number(0, 13).end();
+    return bits;
+}
+
+/// "a" in a code of its own, for which lengths of that many symbols and distances are given.
+static StreamOfBits withCounts(unsigned symbols, unsigned distances)
+{
+    constexpr int kLengthsOfLengths = 18;
+    StreamOfBits bits;
+    bits.number(1, 1).number(kOwnCodes, 2).number(symbols - 257, 5).number(distances - 1, 5);
+    bits.number(kLengthsOfLengths - 4, 4);
+    for (int index = 0; index < kLengthsOfLengths; ++index)
+        bits.number(index == 2 || index == 17, 3); // for "many zeros" and for "1"
+    const auto one = [&] { bits.code(0, 1); };
+    const auto zeros = [&](unsigned count) { bits.code(1, 1).number(count - 11, 7); };
+    zeros('a');
+    one();
+    zeros(138);
+    zeros(256 - 'a' - 1 - 138);
+    one();
+    zeros(symbols - 257);
+    one();
+    if (distances > 1)
+        zeros(distances - 1);
+    bits.code(0, 1).code(1, 1);
+    return bits;
+}
+
+TEST_F(BlockInflaterTest, streamsThatNoEncoderWrites_areTakenOnlyWithTheRightCheckSum)
+{
+    const Bytes one = {'a'}, run(259, 'a'), many(25003, 'a');
+    EXPECT_EQ(expectAgreement(withCounts(286, 30).withSumOf(one), "the most that the format has"), one);
+    const std::vector<std::pair<StreamOfBits, Bytes>> streams = {
+        {withLength(286), run},          {withLength(287), run},         {withDistance(30), many},
+        {withDistance(31), many},        {withCounts(287, 1), one},      {withCounts(288, 1), one},
+        {withCounts(257 + 11, 31), one}, {withCounts(257 + 11, 32), one}};
+    for (std::size_t index = 0; index < streams.size(); ++index) {
+        const auto &[bits, content] = streams[index];
+        Bytes packed = bits.withSumOf(content);
+        EXPECT_EQ(inflatedByZlib(packed), std::nullopt) << index;
+        EXPECT_EQ(inflated(packed), FastZlib::isThere() ? std::optional(content) : std::nullopt) << index;
+        packed.back() ^= 1;
+        EXPECT_EQ(inflated(packed), std::nullopt) << index;
+    }
+}
+
 TEST_F(BlockInflaterTest, lengthCodesThatPromiseTooMuch_areTakenOnlyWithTheRightCheckSum)
 {
     // One block of fixed codes: "a", then the end; the sum after it decides.
