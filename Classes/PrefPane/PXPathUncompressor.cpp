@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/PXPathUncompressor.h"
 
 #include "Classes/PrefPane/traverse_using_objc_filter.h"
+#include "Classes/Shared/CompressedFileRepair.h"
 #include "Classes/Shared/DVHFSUncompressor.h"
 #include "Classes/Shared/HFSCompression.h"
 #include "Classes/Shared/LeftLocks.h"
@@ -43,6 +44,8 @@ std::optional<LeftAlone> PXPathUncompressor::reasonToLeaveAlone(const Path &path
         return LeftAlone::NotRegular;
     const FileSystem &files = FileSystem::current();
     const ByteCount size = status.size > 0 ? status.size : files.logicalSize(path).valueOr(0);
+    if (size == 0 && CompressedFileRepair::isCandidate(path, status) && !HFSCompression::isFileUFCompressed(path))
+        return LeftAlone::FlagCleared;
     if (size < kSmallestFile)
         return LeftAlone::TooSmall;
     if (status.size > 0 || !HFSCompression::isFileUFCompressed(path))

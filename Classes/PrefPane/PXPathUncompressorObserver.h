@@ -9,8 +9,9 @@ class PXPathUncompressorObserver
 public:
     /// Why a file was left alone: the first test that it failed.
     enum class LeftAlone {
-        NotRegular, ///< a link, a pipe, a device
-        TooSmall,   ///< less than 4096 bytes
+        NotRegular,  ///< a link, a pipe, a device
+        TooSmall,    ///< less than 4096 bytes
+        FlagCleared, ///< an expansion that failed or was killed left it so; it can be repaired
         NotCompressed,
         AnothersFile,
         NotWritable,

@@ -51,6 +51,8 @@ static QString headingOf(LeftAlone reason)
         return tr("Left alone: not a regular file");
     case LeftAlone::TooSmall:
         return tr("Left alone: smaller than 4096 bytes");
+    case LeftAlone::FlagCleared:
+        return tr("Left alone: no longer known as compressed; \"tamselctl repair\" mends that");
     case LeftAlone::NotCompressed:
         return tr("Left alone: not compressed");
     case LeftAlone::AnothersFile:

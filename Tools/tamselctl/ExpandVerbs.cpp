@@ -36,7 +36,12 @@ public:
     {
         m_invocation.print(event("finished", path), "finished " + path.native() + "\n");
     }
-    void fileLeftAlone(const Path &, LeftAlone reason) override { ++m_leftAlone[wordsFor(reason).key]; }
+    void fileLeftAlone(const Path &path, LeftAlone reason) override
+    {
+        ++m_leftAlone[wordsFor(reason).key];
+        if (reason == LeftAlone::FlagCleared)
+            m_flagsLeftCleared.push_back(path.native());
+    }
 
     /// The last line.
     void summarize() const;

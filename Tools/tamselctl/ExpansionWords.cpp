@@ -54,6 +54,8 @@ ExpansionWords wordsFor(PXPathUncompressorObserver::LeftAlone reason)
         return {"notRegular", "no regular file"};
     case LeftAlone::TooSmall:
         return {"tooSmall", "less than 4096 bytes"};
+    case LeftAlone::FlagCleared:
+        return {"flagCleared", "no longer known as compressed"};
     case LeftAlone::NotCompressed:
         return {"notCompressed", "not stored compressed"};
     case LeftAlone::AnothersFile:

@@ -310,7 +310,9 @@ TEST_F(ExpandFileTest, missingFile_isLeftAlone)
 TEST_F(ExpandFileTest, clearedFlag_isLeftAlone)
 {
     EXPECT_TRUE(m_files.setFlags("/file", 0));
-    EXPECT_EQ(reason(), LeftAlone::TooSmall) << "without the flag it is an empty file";
+    EXPECT_EQ(reason(), LeftAlone::FlagCleared);
+    EXPECT_TRUE(m_files.removeAttribute("/file", kDecmpfsAttribute, Links::NotFollow));
+    EXPECT_EQ(reason(), LeftAlone::TooSmall) << "without the header it is an empty file";
 }
 
 TEST_F(ExpandFileTest, fileWithContentThatItsVolumeCompresses_isLeftAlone)

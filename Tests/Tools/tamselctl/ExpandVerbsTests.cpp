@@ -73,6 +73,17 @@ TEST_F(ExpandVerbs, expand_saysWhatItDoesAndSumsItUp)
               QStringList(QString::fromStdString(broken.native())));
 }
 
+TEST_F(ExpandVerbs, expand_fileThatAKillLeftWithoutItsFlag_isNamed)
+{
+    const Path file = make("folder/file");
+    ASSERT_EQ(::setxattr(file.c_str(), "user.tamsel.st_flags", "0", 1, 0), 0);
+    const Ended ended = tamselctl({"expand", m_folder.native()});
+    EXPECT_EQ(ended.exitCode, 0);
+    EXPECT_THAT(ended.out, HasSubstr("left alone, flagCleared: 1\n"));
+    EXPECT_THAT(ended.out, HasSubstr("to be mended by \"repair\": " + file.native() + "\n"));
+    EXPECT_EQ(contentOf(file), "");
+}
+
 TEST_F(ExpandVerbs, expand_missingPath_failsAndDoesTheOthers)
 {
     const Path file = make("file");
