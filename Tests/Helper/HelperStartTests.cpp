@@ -109,6 +109,7 @@ TEST_F(HelperStartTest, begin_lockCannotBeMade_fails)
     class NoLocks : public ThisProcess
     {
         std::uint32_t userId() const override { return 0; }
+        bool isInputATerminal() const override { return false; }
         Result<std::unique_ptr<FileLock>> lockFile(const Path &) override
         {
             return Failure{ErrorCode::Permission, 0, "made to fail"};
