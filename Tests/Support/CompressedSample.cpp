@@ -22,8 +22,8 @@ static void appendBig(Bytes &bytes, std::uint32_t number)
 Bytes CompressedSample::text(std::size_t size)
 {
     std::string text;
-    for (int line = 0; text.size() < size; ++line)
-        text += "line " + std::to_string(line * 7919) + " of a sample that can be made smaller\n";
+    for (std::uint32_t line = 0; text.size() < size; ++line)
+        text += "line " + std::to_string(line * 7919U) + " of a sample that can be made smaller\n";
     return Bytes(text.begin(), text.begin() + std::ptrdiff_t(size));
 }
 
