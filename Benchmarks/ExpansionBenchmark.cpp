@@ -64,13 +64,14 @@ static void measureOne(const Path &root, const Bytes &content, int rounds)
 
 static void measureMany(const Path &root, const Bytes &content, int files, int rounds)
 {
-    constexpr std::size_t kSize = 100 << 10;
+    constexpr std::size_t kSize = 100 << 10, kStep = 128 << 10;
     const Path folder = root / "many";
     std::list<Subject> subjects;
     for (int number = 0; number < files; ++number) {
         const Path below = folder / std::to_string(number / 100);
         std::filesystem::create_directories(below);
-        const std::size_t at = std::size_t(number) * kSize % (content.size() - kSize);
+        // From the beginning of a block: two halves together may not become smaller.
+        const std::size_t at = std::size_t(number) % (content.size() / kStep) * kStep;
         subjects.emplace_back(below / std::to_string(number), ByteView(content).subspan(at, kSize));
     }
     const auto restore = [&] {
