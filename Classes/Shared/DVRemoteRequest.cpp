@@ -99,6 +99,7 @@ void DVRemoteRequest::connectionDidFinish()
 
 void DVRemoteRequest::connectionDidFinishLoading()
 {
+    m_silence.stop(); // whoever is told may take its time
     QNetworkReply *const connection = m_connection;
     m_connection = nullptr;
     connection->disconnect(this);
@@ -109,6 +110,7 @@ void DVRemoteRequest::connectionDidFinishLoading()
 
 void DVRemoteRequest::connectionDidFailWithError(const Error &error)
 {
+    m_silence.stop();
     QNetworkReply *const connection = m_connection;
     m_connection = nullptr;
     connection->disconnect(this);
@@ -120,6 +122,5 @@ void DVRemoteRequest::connectionDidFailWithError(const Error &error)
 
 void DVRemoteRequest::release()
 {
-    m_silence.stop();
     deleteLater();
 }

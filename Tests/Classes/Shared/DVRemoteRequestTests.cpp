@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -21,14 +22,17 @@ public:
         ++calls;
         teller = request;
         body = data.toStdString();
+        told();
     }
     void remoteRequestError(DVRemoteRequest *request, const Error &failure) override
     {
         ++calls;
         teller = request;
         error = failure;
+        told();
     }
 
+    std::function<void()> told = [] {};
     int calls = 0;
     const DVRemoteRequest *teller = nullptr;
     std::optional<std::string> body;
@@ -82,6 +86,21 @@ protected:
 constexpr milliseconds kShort{300};
 
 } // namespace
+
+TEST_F(DVRemoteRequestTest, delegateThatTakesItsTime_isToldOnce)
+{
+    const auto wait = [] { runFor(int(3 * kShort.count())); };
+    Listener slow;
+    slow.told = wait;
+    load(serve([](const HttpConnection &connection) { connection.send("HTTP/1.0 200 OK\r\n\r\nbody"); }), slow, kShort);
+    expectBody(slow, "body");
+
+    Listener slowToHearOfAnError;
+    slowToHearOfAnError.told = wait;
+    load(serve([](const HttpConnection &connection) { connection.waitForEnd(); }), slowToHearOfAnError, kShort);
+    EXPECT_EQ(slowToHearOfAnError.calls, 1);
+    EXPECT_TRUE(slowToHearOfAnError.error);
+}
 
 TEST_F(DVRemoteRequestTest, page_isHandedOverWhole)
 {
