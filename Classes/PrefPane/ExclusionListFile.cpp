@@ -50,15 +50,17 @@ Result<std::vector<std::string>> ExclusionListFile::read()
 Result<std::optional<Path>> ExclusionListFile::write(const std::vector<std::string> &strings)
 {
     const PropertyList list(PropertyList::Array(strings.begin(), strings.end()));
-    Result<Bytes> xml = list.toXml();
-    if (!xml)
-        return xml.failure();
+    Result<Bytes> bytes = list.toXml();
+    if (!bytes)
+        bytes = list.toBinary(); // XML cannot hold every character that a file name may have
+    if (!bytes)
+        return bytes.failure();
     Result<std::optional<Path>> kept = keepOther();
     if (!kept)
         return kept;
-    if (const Result<void> written = FileSystem::current().replaceFile(m_path, *xml); !written)
+    if (const Result<void> written = FileSystem::current().replaceFile(m_path, *bytes); !written)
         return written.failure();
-    m_known = std::move(*xml);
+    m_known = std::move(*bytes);
     return kept;
 }
 

@@ -151,6 +151,22 @@ TEST_F(ExclusionListFileTest, write_whatIsNoText_changesNothing)
     EXPECT_THAT(stored(), ElementsAre("a"));
 }
 
+TEST_F(ExclusionListFileTest, write_whatXmlCannotHold_isReadBack)
+{
+    ASSERT_TRUE(file.write({"/a\x01"
+                            "b",
+                            "/c\xEF\xBF\xBF"}));
+    EXPECT_THAT(stored(), ElementsAre("/a\x01"
+                                      "b",
+                                      "/c\xEF\xBF\xBF"));
+    ASSERT_TRUE(file.write({"/a\x01"
+                            "b",
+                            "/d"}));
+    EXPECT_THAT(stored(), ElementsAre("/a\x01"
+                                      "b",
+                                      "/d"));
+}
+
 TEST_F(ExclusionListFileTest, write_toALink_isRefused)
 {
     writeFile(folder / "target", listText("<string>a</string>"));
