@@ -4,6 +4,7 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 #include <QUrl>
 
@@ -19,7 +20,7 @@ static QString pathOf(QString line)
     if (line.size() > 1 && (line.startsWith(u'"') || line.startsWith(u'\'')) && line.endsWith(line.front()))
         line = line.mid(1, line.size() - 2);
     if (line.startsWith(QLatin1String("file://")))
-        line = QUrl(line).toLocalFile();
+        line = QFile::decodeName(FilePasteboard::pathOf(QUrl(line)).value_or(Path()).c_str());
     else if (line.startsWith(QLatin1String("~/")))
         line = QDir::homePath() + line.mid(1);
     return line.startsWith(u'/') ? withoutEndingSlashes(line) : QString();

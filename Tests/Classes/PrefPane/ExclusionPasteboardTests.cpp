@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/ExclusionPasteboard.h"
 
 #include <QDir>
+#include <QSysInfo>
 #include <QUrl>
 
 #include <gmock/gmock.h>
@@ -37,6 +38,17 @@ TEST(ExclusionPasteboard, lines_areAbsolutePaths)
     EXPECT_THAT(pathsIn("/a b/c\r\n  /d/ \n\n/"), ElementsAre("/a b/c", "/d", "/"));
     EXPECT_THAT(pathsIn("\"/a b\"\n'/c'\nfile:///d%20e\n"), ElementsAre("/a b", "/c", "/d e"));
     EXPECT_THAT(pathsIn("~/x"), ElementsAre(QDir::homePath().toStdString() + "/x"));
+}
+
+TEST(ExclusionPasteboard, files_ofThisComputerByName_areItsPaths)
+{
+    const std::string named = "file://" + QSysInfo::machineHostName().toStdString() + "/b";
+    EXPECT_THAT(pathsIn(("file://localhost/a\n" + named + "\nfile://elsewhere.example/c").c_str()),
+                ElementsAre("/a", "/b"));
+    QMimeData data;
+    data.setUrls({QUrl(QStringLiteral("file://localhost/a/")), QUrl(QString::fromStdString(named)),
+                  QUrl(QStringLiteral("file://elsewhere.example/c"))});
+    EXPECT_EQ(ExclusionPasteboard::pathsIn(data), QStringList({QStringLiteral("/a"), QStringLiteral("/b")}));
 }
 
 TEST(ExclusionPasteboard, otherLines_areNoPaths)
