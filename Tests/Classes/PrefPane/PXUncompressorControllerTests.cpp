@@ -103,6 +103,14 @@ TEST_F(PXUncompressorControllerTest, dragThatLeaves_bringsLabelAndIconBack)
     }
 }
 
+TEST_F(PXUncompressorControllerTest, anotherProgramHasTheKeys_theSheetIsOnThePanel)
+{
+    host.setMainWindow(&window);
+    ASSERT_TRUE(drop({folder}));
+    host.setKeyWindow(nullptr);
+    EXPECT_EQ(untilFinished(), kFinished);
+}
+
 TEST_F(PXUncompressorControllerTest, drop_expandsSaysSoAndExcludes)
 {
     const Bytes original = make("inner/file", 200000);
