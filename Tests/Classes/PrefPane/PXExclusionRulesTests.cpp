@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/PXExclusionRules.h"
 
 #include "Platform/Bundle.h"
+#include "Platform/Fake/FakeFileSystem.h"
 #include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
 #include "Tests/Support/OwnProcess.h"
@@ -35,6 +36,13 @@ private:
     Path m_path;
 };
 
+std::string ruleForSuffix(const std::string &suffix)
+{
+    return "<plist version=\"1.0\"><array><dict><key>RuleType</key><string>Exclude</string>"
+           "<key>PathEndsWithString</key><string>" +
+           suffix + "</string></dict></array></plist>";
+}
+
 class PXExclusionRulesTest : public ::testing::Test
 {
 protected:
@@ -53,15 +61,29 @@ protected:
 TEST_F(PXExclusionRulesTest, sharedInstance_isLoadedFromTheMainBundleAndOneOfAKind)
 {
     inProcessOfItsOwn([&] {
-        writeFile(application / "Contents/Resources/ExclusionRules.plist",
-                  "<plist version=\"1.0\"><array><dict><key>RuleType</key><string>Exclude</string>"
-                  "<key>PathEndsWithString</key><string>.own</string></dict></array></plist>");
+        writeFile(application / "Contents/Resources/ExclusionRules.plist", ruleForSuffix(".own"));
         PXExclusionRules *const rules = PXExclusionRules::sharedExclusionRules();
         EXPECT_THAT(rules->suffixRules(), Contains(".own"));
         EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
         EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
         EXPECT_EQ(PXExclusionRules::sharedExclusionRules(), rules);
         EXPECT_EQ(PXExclusionRules::alloc(), nullptr);
+    });
+}
+
+TEST_F(PXExclusionRulesTest, systemsRules_countBesideTheOwn)
+{
+    inProcessOfItsOwn([&] {
+        FakeFileSystem files;
+        files.addFile("/System/Library/PrivateFrameworks/AppleFSCompression.framework/Resources/"
+                      "SystemCompressionRules.plist",
+                      bytesOf(ruleForSuffix(".system")));
+        files.addFile(application / "Contents/Resources/ExclusionRules.plist", bytesOf(ruleForSuffix(".own")));
+        writeFile(application / "Contents/Resources/ExclusionRules.plist", ruleForSuffix(".own"));
+        const Override<FileSystem> override(files);
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.system"));
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
+        EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
     });
 }
 
