@@ -28,7 +28,7 @@ protected:
         auto *const drag = new QDrag(this);
         drag->setMimeData(content);
         drag->exec(Qt::CopyAction);
-        QTimer::singleShot(2000, qApp, &QCoreApplication::quit); // who takes the drop asks for the files after it
+        QTimer::singleShot(5000, qApp, &QCoreApplication::quit); // who takes the drop asks for the files after it
     }
 
 private:
