@@ -75,7 +75,16 @@ void DVRemoteRequest::connectionDidReceiveData()
         connectionDidFailWithError({kNetworkErrorDomain, kTooLong, "the page is longer than 64 MiB"});
 }
 
-/// Whether the server has sent a whole answer. The network layer counts some of them as errors by their status.
+/// Whether all has come that the server announced. Of a packed page the network layer tells no length.
+bool DVRemoteRequest::isWhole() const
+{
+    bool isAnnounced = false;
+    const qint64 length = m_connection->header(QNetworkRequest::ContentLengthHeader).toLongLong(&isAnnounced);
+    return !isAnnounced || m_receivedData.size() >= length;
+}
+
+/// Whether the server has sent a whole answer. The network layer counts some of them as errors by their status, and
+/// for those may overlook that the connection was cut off.
 bool DVRemoteRequest::isAnswered() const
 {
     const int error = m_connection->error();
@@ -89,8 +98,11 @@ void DVRemoteRequest::connectionDidFinish()
 {
     if (isAnswered()) {
         connectionDidReceiveData(); // what came with the end
-        if (m_connection)
+        if (m_connection && isWhole())
             connectionDidFinishLoading();
+        else if (m_connection)
+            connectionDidFailWithError(
+                {kNetworkErrorDomain, QNetworkReply::RemoteHostClosedError, "the connection was cut off"});
     } else {
         connectionDidFailWithError(
             {kNetworkErrorDomain, int(m_connection->error()), m_connection->errorString().toStdString()});

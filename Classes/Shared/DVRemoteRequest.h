@@ -52,6 +52,7 @@ private:
     void connectionDidFinishLoading();
     void release();
     bool isAnswered() const;
+    bool isWhole() const;
 
     std::weak_ptr<DVRemoteRequestDelegate *> m_delegate;
     QByteArray m_receivedData;

@@ -206,6 +206,38 @@ TEST_F(DVRemoteRequestTest, bodyOfAnErrorThatIsCutOff_isAnError)
     expectError(listener, QNetworkReply::RemoteHostClosedError);
 }
 
+TEST_F(DVRemoteRequestTest, chunksThatAreCutOff_areAnError)
+{
+    load(serve([](const HttpConnection &connection) {
+             connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nhalf");
+         }),
+         listener);
+    expectError(listener, QNetworkReply::RemoteHostClosedError);
+}
+
+TEST_F(DVRemoteRequestTest, packedPage_isUnpackedWhateverItsLength)
+{
+    const std::string body(5000, 'x');
+    constexpr int kLength = 4; // which qCompress puts in front
+    const QByteArray packed = qCompress(QByteArray::fromStdString(body)).mid(kLength);
+    for (const std::string status : {"200 OK", "500 Broken"}) {
+        Listener told;
+        load(serve([&](const HttpConnection &connection) {
+                 connection.answer(status, packed.toStdString(), "Content-Encoding: deflate\r\n");
+             }),
+             told);
+        expectBody(told, body);
+    }
+    const std::string incompressible = "\x01\x8f\x33";
+    const QByteArray longer = qCompress(QByteArray::fromStdString(incompressible)).mid(kLength);
+    ASSERT_GT(std::size_t(longer.size()), incompressible.size());
+    load(serve([&](const HttpConnection &connection) {
+             connection.answer("200 OK", longer.toStdString(), "Content-Encoding: deflate\r\n");
+         }),
+         listener);
+    expectBody(listener, incompressible);
+}
+
 TEST_F(DVRemoteRequestTest, nobodyAtThePort_isAnError)
 {
     const std::string url = serve({});
