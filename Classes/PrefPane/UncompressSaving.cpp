@@ -13,6 +13,8 @@ UncompressSaving::~UncompressSaving()
 
 void UncompressSaving::save(std::shared_ptr<const ExpansionRun> run, const QString &file)
 {
+    if (m_thread.joinable())
+        m_thread.join(); // to put another in its place would stop it
     m_thread = std::jthread([this, run = std::move(run), file](std::stop_token stop) {
         const QString fault = write(*run, file, std::move(stop));
         QMetaObject::invokeMethod(

@@ -1,5 +1,6 @@
 #include "Classes/PrefPane/ExpansionRun.h"
 #include "Classes/PrefPane/UncompressList.h"
+#include "Classes/PrefPane/UncompressSaving.h"
 #include "Classes/PrefPane/UncompressWords.h"
 #include "Tests/Classes/PrefPane/UncompressorFixture.h"
 
@@ -184,6 +185,26 @@ TEST_F(UncompressViewTest, save_writesEveryFile)
     EXPECT_TRUE(waitFor([&] {
         return find<QLabel>("uncompressState")->text().startsWith(QLatin1String("The list was saved as saved.txt"));
     }));
+}
+
+TEST_F(UncompressViewTest, savedTwiceAtOnce_bothListsAreWhole)
+{
+    for (int index = 0; index < 20000; ++index)
+        writeFile(folder / ("file" + std::to_string(index)), "x");
+    drop({folder});
+    untilFinished();
+    UncompressSaving saving;
+    std::vector<std::string> faults;
+    QObject::connect(&saving, &UncompressSaving::ended,
+                     [&](const QString &, const QString &fault) { faults.push_back(fault.toStdString()); });
+    const Path first = PrivateHome::current().root() / "first.txt";
+    const Path second = PrivateHome::current().root() / "second.txt";
+    saving.save(uncompressor->run(), QString::fromStdString(first.native()));
+    saving.save(uncompressor->run(), QString::fromStdString(second.native()));
+    ASSERT_TRUE(waitFor([&] { return faults.size() == 2; }));
+    EXPECT_THAT(faults, ElementsAre("", ""));
+    EXPECT_EQ(std::ranges::count(contentOf(first), '\n'), 20000);
+    EXPECT_EQ(contentOf(first), contentOf(second));
 }
 
 TEST(UncompressList, groups_standInTheOrderOfWhatMatters)
