@@ -1,6 +1,7 @@
 #include "Platform/Linux/AbandonedFile.h"
 
 #include "Platform/Linux/Descriptor.h"
+#include "Platform/Linux/FileCalls.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,11 +9,6 @@
 bool AbandonedFile::isLikely(const struct stat &status)
 {
     return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
-}
-
-static bool isSameFile(const struct stat &one, const struct stat &other)
-{
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 /// The lock tells whether its maker is still there; the name, whether that one has let it go meanwhile.
@@ -38,7 +34,7 @@ Result<bool> AbandonedFile::remove(int folder, const Path &name, const Path &pat
         return Failure::fromErrno(errno, "fstat", path);
     if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return Failure::fromErrno(errno, "fstatat", path);
-    if (!isSameFile(opened, status) || !isLikely(opened))
+    if (!FileCalls::isSameFile(opened, status) || !isLikely(opened))
         return Failure{ErrorCode::Busy, EBUSY, path.native() + " is not the file any more that it was"};
     if (::unlinkat(folder, name.c_str(), 0) != 0)
         return Failure::fromErrno(errno, "unlinkat", path);

@@ -56,7 +56,7 @@ Result<void> Companion::checkUnchangedSince(const struct stat &status) const
     struct stat now = {};
     if (::lstat(m_path.c_str(), &now) != 0)
         return Failure::fromErrno(errno, "lstat", m_path);
-    const bool isSame = now.st_dev == status.st_dev && now.st_ino == status.st_ino && now.st_size == status.st_size &&
+    const bool isSame = FileCalls::isSameFile(now, status) && now.st_size == status.st_size &&
                         now.st_mtim.tv_sec == status.st_mtim.tv_sec && now.st_mtim.tv_nsec == status.st_mtim.tv_nsec;
     if (!isSame)
         return Failure{ErrorCode::Busy, EBUSY, m_path.native() + " was changed meanwhile"};

@@ -18,6 +18,11 @@ static FileType typeFrom(mode_t mode)
     }
 }
 
+bool FileCalls::isSameFile(const struct stat &one, const struct stat &other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 FileStatus FileCalls::statusFrom(const struct stat &status)
 {
     constexpr ByteCount kBlockUnit = 512; // of st_blocks, whatever the block size of the volume

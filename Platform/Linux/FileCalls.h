@@ -10,6 +10,9 @@ namespace FileCalls {
 
 FileStatus statusFrom(const struct stat &status);
 
+/// Whether both are of one file, whatever it is called.
+bool isSameFile(const struct stat &one, const struct stat &other);
+
 /// Opens a regular file for reading, and never waits for a pipe or wakes a device. Errors: those of the system, and
 /// NotSupported for anything but a regular file. `status` is that of the opened file.
 Result<Descriptor> openForReading(const Path &path, Links links, struct stat &status);

@@ -18,11 +18,6 @@ static Result<Descriptor> openFolder(const Path &path)
     return opened;
 }
 
-static bool isSameFile(const struct stat &one, const struct stat &other)
-{
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
 static Failure changed(const Path &path)
 {
     return {ErrorCode::Busy, EBUSY, path.native() + " is not the file any more that it was"};
@@ -118,7 +113,7 @@ Result<void> LinuxOutputFile::checkName() const
     struct stat named = {};
     if (::fstatat(m_folder.get(), m_path.filename().c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0)
         return Failure::fromErrno(errno, "fstatat", m_path);
-    if (!isSameFile(own, named))
+    if (!FileCalls::isSameFile(own, named))
         return changed(m_path);
     return {};
 }

@@ -109,8 +109,8 @@ bool NewFile::lock()
     const Result<void> locked = AbandonedFile::lockNew(descriptor, m_destination);
     struct stat own = {}, named = {};
     return (locked || locked.failure().code != ErrorCode::Busy) && ::fstat(descriptor, &own) == 0 &&
-           ::fstatat(m_folder.get(), m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && own.st_dev == named.st_dev &&
-           own.st_ino == named.st_ino;
+           ::fstatat(m_folder.get(), m_name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           FileCalls::isSameFile(own, named);
 }
 
 void NewFile::removeAbandoned(int folder, const Path &destination)
@@ -187,7 +187,7 @@ Result<void> NewFile::appear()
     Result<void> synced = syncFolder();
     struct stat now = {};
     if (!synced && ::fstatat(m_folder.get(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-        now.st_dev == made.st_dev && now.st_ino == made.st_ino)
+        FileCalls::isSameFile(now, made))
         ::unlinkat(m_folder.get(), name.c_str(), 0);
     return synced;
 }
