@@ -10,6 +10,7 @@
 #include "Tools/tamselctl/Invocation.h"
 #include "Tools/tamselctl/RunningPrograms.h"
 #include "Tools/tamselctl/SettingsFile.h"
+#include "Tools/tamselctl/waitUntil.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -77,20 +78,10 @@ static ExitCode switchInFiles(const Invocation &invocation, const Path &path, bo
 /// Answers once the settings file says so, which is how the panel's answer is seen.
 static bool waitForSetting(const Path &path, bool on)
 {
-    const auto isThere = [&] {
+    return waitUntil([&] {
         const auto settings = SettingsFile::read(path);
         return settings && settings->boolean(kActive) == on;
-    };
-    QEventLoop loop;
-    QTimer look;
-    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
-        if (isThere())
-            loop.quit();
     });
-    look.start(20ms);
-    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
-    loop.exec();
-    return isThere();
 }
 
 static ExitCode askHost(const Invocation &invocation, const Path &path, bool on)
