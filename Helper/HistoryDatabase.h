@@ -20,6 +20,14 @@ using WatchedFolder = HistoryRecord;
 class HistoryDatabase final
 {
 public:
+    /// Where the folder of the record with this key is.
+    struct Location
+    {
+        qint64 key = 0;
+        std::string folder;
+        Bytes alias;
+    };
+
     /// Opens the store for writing. Makes it from `seed` where there is none; a store that fails its integrity check is
     /// set aside with its companions, the date in their names, and made anew. Errors: NotFound, NoSpace, Permission,
     /// Busy (another process keeps it locked; nothing was changed), Io.
@@ -32,8 +40,9 @@ public:
     /// Records the folder as watched. A record of that path is enabled again with its savings kept. Answers its key.
     Result<qint64> addFolder(const std::string &folder, ByteView alias);
 
-    /// Takes the folder off the list; its record and savings stay. Answers whether there was a watched one.
-    Result<bool> removeFolder(const std::string &folder);
+    /// Takes the folders with these keys off the list; their records and savings stay. Answers whether one of them was
+    /// watched.
+    Result<bool> removeFolders(const std::vector<qint64> &keys);
 
     /// Keeps what a survey found. Nothing happens when the record is gone.
     Result<void> setProgress(qint64 key, unsigned status, ByteCount savings);
@@ -41,8 +50,8 @@ public:
     /// Keeps which folders were not taken, in place of those before. Answers whether they are others.
     Result<bool> setRefusals(const std::vector<FolderRefusal> &refusals);
 
-    /// Keeps where a moved folder is now.
-    Result<void> setLocation(qint64 key, const std::string &folder, ByteView alias);
+    /// Keeps where moved folders are now, so that nobody sees one at its new place and another at its former one.
+    Result<void> setLocations(const std::vector<Location> &locations);
 
 private:
     HistoryDatabase(std::unique_ptr<SqliteConnection> connection, const HistoryModel &model);

@@ -9,8 +9,12 @@
 #include <system_error>
 
 // Any process of the user may ask for anything.
-static constexpr std::size_t kMostRefusals = 100;
 static constexpr std::size_t kLongestPath = 4096;
+
+static qint64 keyOf(const PlacedFolder &folder)
+{
+    return folder.record.key;
+}
 
 /// Logs why something could not be done.
 template <class T>
@@ -21,27 +25,27 @@ static bool isDone(const Result<T> &result, const std::string &what)
     return bool(result);
 }
 
-static Path realPath(const Path &path)
+/// The watched folder that is meant by a path; nullptr when none is.
+static PlacedFolder *watchedAt(std::vector<PlacedFolder> &records, const std::string &path)
 {
-    std::error_code failure;
-    const Path resolved = std::filesystem::canonical(path, failure);
-    return failure ? path : resolved;
-}
-
-/// Where the alias leads, when that is a folder.
-static std::optional<Path> placeByAlias(const WatchedFolder &record)
-{
+    const std::string place = PlacedFolder::realPath(path);
+    const auto first = [&records](const auto &fits) -> PlacedFolder * {
+        const auto found =
+            std::ranges::find_if(records, [&](PlacedFolder &each) { return each.record.isEnabled && fits(each); });
+        return found == records.end() ? nullptr : &*found;
+    };
+    const auto isThere = [&](PlacedFolder &each) { return each.isFound() && each.place() == place; };
+    const auto wasThere = [&](PlacedFolder &each) { return each.record.folder == path; };
+    const auto isLost = [&](PlacedFolder &each) { return !each.isFound() && each.place() == place; };
+    // Most are where they were recorded, and then no other has to be looked for.
+    if (PlacedFolder *const unmoved = first([&](PlacedFolder &each) { return wasThere(each) && isThere(each); }))
+        return unmoved;
+    if (PlacedFolder *const moved = first(isThere))
+        return moved;
+    if (PlacedFolder *const lost = first(isLost))
+        return lost;
     std::error_code ignored;
-    const auto found = AliasManager::current().resolve(record.alias);
-    if (!found || !std::filesystem::is_directory(found->path, ignored))
-        return std::nullopt;
-    return realPath(found->path);
-}
-
-/// Where the recorded folder is now; its recorded path when it is nowhere.
-static Path placeOf(const WatchedFolder &record)
-{
-    return placeByAlias(record).value_or(realPath(record.folder));
+    return std::filesystem::exists(place, ignored) ? nullptr : first(wasThere);
 }
 
 bool WatchedFolders::open()
@@ -65,6 +69,12 @@ std::vector<WatchedFolder> WatchedFolders::all()
     return isDone(records, "The history cannot be read") ? *std::move(records) : std::vector<WatchedFolder>();
 }
 
+WatchedFolders::PlacedFolders WatchedFolders::placed()
+{
+    const std::vector<WatchedFolder> records = all();
+    return PlacedFolders(records.begin(), records.end());
+}
+
 std::vector<WatchedFolder> WatchedFolders::enabled()
 {
     std::vector<WatchedFolder> records = all();
@@ -84,20 +94,26 @@ std::vector<std::string> WatchedFolders::kept()
 
 bool WatchedFolders::add(const std::vector<std::string> &folders)
 {
-    bool hasChanged = false;
+    std::vector<std::string> taken;
     std::vector<FolderRefusal> refusals;
     const FolderRules rules(m_files.store.parent_path());
     for (const std::string &folder : folders) {
-        if (const auto reason = rules.reasonAgainst(folder)) {
-            logLine("Not added (" + std::string(FolderRefusal::nameOf(*reason)) + "): " + folder);
-            if (refusals.size() < kMostRefusals && folder.size() < kLongestPath)
-                refusals.push_back({folder, *reason});
-        } else if (open()) {
-            hasChanged |= addOne(realPath(folder));
+        const auto reason = rules.reasonAgainst(folder);
+        if (!reason) {
+            taken.push_back(PlacedFolder::realPath(folder));
+            continue;
         }
+        logLine("Not added (" + std::string(FolderRefusal::nameOf(*reason)) + "): " + folder);
+        if (refusals.size() < FolderRefusal::kMostKept && folder.size() < kLongestPath)
+            refusals.push_back({folder, *reason});
     }
-    const bool isTold = open() && setRefusals(refusals);
-    return hasChanged || isTold;
+    if (!open())
+        return false;
+    bool hasChanged = false;
+    PlacedFolders records = taken.empty() ? PlacedFolders() : placed();
+    for (const std::string &folder : taken)
+        hasChanged |= addOne(records, folder);
+    return setRefusals(refusals) || hasChanged;
 }
 
 bool WatchedFolders::setRefusals(const std::vector<FolderRefusal> &refusals)
@@ -106,64 +122,79 @@ bool WatchedFolders::setRefusals(const std::vector<FolderRefusal> &refusals)
     return isDone(changed, "Refusals were not recorded") && *changed;
 }
 
-bool WatchedFolders::addOne(const Path &folder)
+bool WatchedFolders::addOne(PlacedFolders &records, const std::string &folder)
 {
-    const auto alias = AliasManager::current().newAlias(folder);
-    if (!isDone(alias, "Not added"))
-        return false;
-    bool isWatched = false;
-    for (const WatchedFolder &record : all()) {
-        const std::optional<Path> byAlias = placeByAlias(record);
-        const Path place = byAlias.value_or(realPath(record.folder));
-        if (place == folder) {
-            isWatched |= record.isEnabled;
-            if (!byAlias || record.folder != folder.native())
-                setLocation(record.key, folder.native(), *alias);
-        } else if (record.folder == folder.native()) {
-            keepMoved(record, place); // or the newcomer would get its record
-        }
+    // Most of what is added twice is where it was, and then no other has to be looked for.
+    const auto isAsRecorded = [&](PlacedFolder &each) {
+        return each.record.isEnabled && each.record.folder == folder && each.isFound() && each.place() == folder;
+    };
+    bool isWatched = std::ranges::any_of(records, isAsRecorded);
+    if (!isWatched) {
+        const auto alias = AliasManager::current().newAlias(folder);
+        if (!isDone(alias, "Not added"))
+            return false;
+        isWatched = isWatchedAfterMoves(records, folder, *alias);
+        if (!isWatched)
+            return record(records, folder, *alias);
     }
-    if (isWatched) {
-        logLine("Watched already: " + folder.native());
-        return false;
-    }
-    const auto key = m_database->addFolder(folder.native(), *alias);
-    if (isDone(key, "Not added: " + folder.native()))
-        logLine("Watching " + folder.native());
-    return bool(key);
+    logLine("Watched already: " + folder);
+    return false;
 }
 
-void WatchedFolders::keepMoved(const WatchedFolder &record, const Path &place)
+/// Records what has moved to that place or away from it, and answers whether what is there now is watched.
+bool WatchedFolders::isWatchedAfterMoves(PlacedFolders &records, const std::string &folder, const Bytes &alias)
 {
-    if (const auto alias = AliasManager::current().newAlias(place); isDone(alias, "A moved folder was not recorded"))
-        setLocation(record.key, place.native(), *alias);
+    bool isWatched = false;
+    for (PlacedFolder &each : records) {
+        if (each.place() == folder) {
+            isWatched |= each.record.isEnabled;
+            if (!each.isFound() || each.record.folder != folder)
+                relocate(records, {each.record.key, folder, alias});
+        } else if (each.record.folder == folder) { // or the newcomer would get its record
+            const auto moved = AliasManager::current().newAlias(each.place());
+            if (isDone(moved, "A moved folder was not recorded"))
+                relocate(records, {each.record.key, each.place(), *moved});
+        }
+    }
+    return isWatched;
+}
+
+bool WatchedFolders::record(PlacedFolders &records, const std::string &folder, const Bytes &alias)
+{
+    const auto key = m_database->addFolder(folder, alias);
+    if (!isDone(key, "Not added: " + folder))
+        return false;
+    logLine("Watching " + folder);
+    const auto former = std::ranges::find(records, *key, keyOf);
+    if (former == records.end())
+        records.emplace_back(WatchedFolder{*key, folder, alias, true, 0, 0});
+    else
+        former->record.isEnabled = true;
+    return true;
 }
 
 bool WatchedFolders::remove(const std::vector<std::string> &folders)
 {
-    bool hasChanged = false;
-    for (const std::string &folder : folders)
-        hasChanged |= removeOne(folder);
-    return hasChanged;
-}
-
-bool WatchedFolders::removeOne(const std::string &folder)
-{
-    const std::vector<WatchedFolder> records = enabled();
-    auto found = std::find_if(records.begin(), records.end(),
-                              [&](const WatchedFolder &record) { return record.folder == folder; });
-    if (found == records.end())
-        found = std::find_if(records.begin(), records.end(), [place = realPath(folder)](const WatchedFolder &record) {
-            return placeOf(record) == place;
-        });
-    if (found == records.end()) {
-        logLine("Not removed, not watched: " + folder);
-        return false;
+    std::vector<qint64> keys;
+    std::vector<std::string> names;
+    PlacedFolders records = folders.empty() ? PlacedFolders() : placed();
+    for (const std::string &folder : folders) {
+        if (PlacedFolder *const found = watchedAt(records, folder)) {
+            found->record.isEnabled = false;
+            keys.push_back(found->record.key);
+            names.push_back(found->record.folder);
+        } else {
+            logLine("Not removed, not watched: " + folder);
+        }
     }
-    const auto removed = m_database->removeFolder(found->folder);
-    if (isDone(removed, "Not removed: " + folder))
-        logLine("No longer watching " + found->folder);
-    return removed.valueOr(false);
+    if (keys.empty())
+        return false;
+    const auto removed = m_database->removeFolders(keys);
+    if (!isDone(removed, "Folders were not removed"))
+        return false;
+    for (const std::string &name : names)
+        logLine("No longer watching " + name);
+    return *removed;
 }
 
 void WatchedFolders::setProgress(qint64 key, unsigned status, ByteCount savings)
@@ -174,12 +205,34 @@ void WatchedFolders::setProgress(qint64 key, unsigned status, ByteCount savings)
 
 void WatchedFolders::setLocation(qint64 key, const std::string &folder, const Bytes &alias)
 {
-    const std::vector<WatchedFolder> records = all();
-    const bool isTaken = std::any_of(records.begin(), records.end(), [&](const WatchedFolder &record) {
-        return record.key != key && record.folder == folder;
-    });
-    if (!open() || isTaken)
+    PlacedFolders records = placed();
+    const auto moved = std::ranges::find(records, key, keyOf);
+    if (moved != records.end() && moved->record.folder != folder) // or another's move has taken it along
+        relocate(records, {key, folder, alias});
+}
+
+void WatchedFolders::relocate(PlacedFolders &records, const HistoryDatabase::Location &moved)
+{
+    std::vector<HistoryDatabase::Location> moves{moved};
+    const auto isGoal = [&moves](const std::string &place) {
+        return std::ranges::count(moves, place, &HistoryDatabase::Location::folder) > 0;
+    };
+    const auto isInTheWay = [&](const PlacedFolder &each) {
+        return isGoal(each.record.folder) &&
+               std::ranges::count(moves, each.record.key, &HistoryDatabase::Location::key) == 0;
+    };
+    for (auto other = records.begin(); (other = std::ranges::find_if(records, isInTheWay)) != records.end();) {
+        if (!other->isFound() || isGoal(other->place()))
+            return;
+        const auto alias = AliasManager::current().newAlias(other->place());
+        if (!isDone(alias, "A moved folder was not recorded"))
+            return;
+        moves.push_back({other->record.key, other->place(), *alias});
+    }
+    if (!isDone(m_database->setLocations(moves), "The place of a folder was not recorded"))
         return;
-    if (isDone(m_database->setLocation(key, folder, alias), "The place of a folder was not recorded"))
-        logLine("A watched folder is now " + folder);
+    for (const HistoryDatabase::Location &location : moves) {
+        std::ranges::find(records, location.key, keyOf)->recordAt(location);
+        logLine("A watched folder is now " + location.folder);
+    }
 }

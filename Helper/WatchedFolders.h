@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Helper/HistoryDatabase.h"
+#include "Helper/PlacedFolder.h"
 #include "Helper/SurveyScheduler.h"
 #include "Platform/Types.h"
 
@@ -40,8 +41,9 @@ public:
     /// Forgets what was refused. Answers whether there was anything.
     bool clearRefusals() { return open() && setRefusals({}); }
 
-    /// Takes each folder off the list, whether named as recorded or as found now; savings stay. Answers whether
-    /// anything changed.
+    /// Takes the folder that is at each of the paths off the list; savings stay. Where no watched folder is, the path
+    /// names one that is lost and was recorded there, and where nothing is at all, one that was recorded there and has
+    /// moved on. Answers whether anything changed.
     bool remove(const std::vector<std::string> &folders);
 
     /// The enabled records, in the order in which they were added.
@@ -52,15 +54,20 @@ public:
 
     void setProgress(qint64 key, unsigned status, ByteCount savings);
 
-    /// Keeps where a moved folder is now, unless another record has that place.
+    /// Keeps where a moved folder is now. Another that is recorded there and has moved as well gets its own place
+    /// together with it; nothing changes when one that is lost, or that is still there, is recorded there.
     void setLocation(qint64 key, const std::string &folder, const Bytes &alias);
 
 private:
+    using PlacedFolders = std::vector<PlacedFolder>;
+
     std::vector<WatchedFolder> all();
+    PlacedFolders placed();
     bool setRefusals(const std::vector<FolderRefusal> &refusals);
-    bool addOne(const Path &folder);
-    void keepMoved(const WatchedFolder &record, const Path &place);
-    bool removeOne(const std::string &folder);
+    bool addOne(PlacedFolders &records, const std::string &folder);
+    bool record(PlacedFolders &records, const std::string &folder, const Bytes &alias);
+    bool isWatchedAfterMoves(PlacedFolders &records, const std::string &folder, const Bytes &alias);
+    void relocate(PlacedFolders &records, const HistoryDatabase::Location &moved);
 
     Files m_files;
     std::unique_ptr<HistoryDatabase> m_database;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,9 @@ struct FolderRefusal
     static constexpr const char *kTable = "HELPERREFUSAL";
     static constexpr const char *kFolder = "FOLDER";
     static constexpr const char *kReason = "REASON";
+
+    /// The helper keeps no more of them, for any process of the user may ask for anything.
+    static constexpr std::size_t kMostKept = 100;
 
     std::string folder; ///< as it was asked for; a path's own bytes
     Reason reason = Reason::Missing;

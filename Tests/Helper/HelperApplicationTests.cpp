@@ -307,6 +307,32 @@ TEST_F(HelperApplicationTest, foldersToRemove_movedAndSurveyedSince_isFoundWhere
     EXPECT_TRUE(untilRecords({"moved off 100 0", "work on 100 0"}));
 }
 
+TEST_F(HelperApplicationTest, foldersToRemove_anotherFolderHasItsFormerPath_removesTheOneThatIsThere)
+{
+    set("<key>active</key><false/>");
+    start();
+    addFolders({log, work});
+    ASSERT_TRUE(untilRecords({"log on 0 0", "work on 0 0"}));
+    fs::rename(log, log.parent_path() / "old log");
+    fs::rename(work, log);
+    removeFolders({log});
+    removeFolders({log});
+    EXPECT_TRUE(untilRecords({"log on 0 0", "work off 0 0"}));
+}
+
+TEST_F(HelperApplicationTest, movedFolders_swappedNames_nextSurveyKeepsBothPlaces)
+{
+    start();
+    addFolders({log, work});
+    ASSERT_TRUE(untilRecords({"log on 100 1000", "work on 100 0"}));
+    helper.reset();
+    fs::rename(log, log.parent_path() / "between");
+    fs::rename(work, log);
+    fs::rename(log.parent_path() / "between", work);
+    start();
+    EXPECT_TRUE(untilRecords({"work on 100 0", "log on 100 1000"}));
+}
+
 TEST_F(HelperApplicationTest, movedFolder_nextSurvey_keepsItsPlace)
 {
     start();

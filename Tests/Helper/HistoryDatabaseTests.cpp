@@ -80,7 +80,7 @@ TEST_F(HistoryDatabaseTest, addFolder_removedBefore_isWatchedAgainWithItsSavings
 {
     const qint64 key = *m_database->addFolder("/a", m_alias);
     ASSERT_TRUE(m_database->setProgress(key, 100, 5'000'000'000));
-    ASSERT_TRUE(*m_database->removeFolder("/a"));
+    ASSERT_TRUE(*m_database->removeFolders({key}));
     ASSERT_FALSE(folders().front().isEnabled);
 
     EXPECT_EQ(*m_database->addFolder("/a", m_alias), key);
@@ -103,7 +103,7 @@ TEST_F(HistoryDatabaseTest, addFolder_nameIsNotUtf8_survives)
 
     EXPECT_EQ(folders().front().folder, name);
     EXPECT_EQ(*m_database->addFolder(name, m_alias), key) << "the same bytes are the same folder";
-    EXPECT_TRUE(*m_database->removeFolder(name));
+    EXPECT_TRUE(*m_database->removeFolders({key}));
     EXPECT_EQ(number("SELECT typeof(ZFOLDER) = 'text' FROM ZHISTORY"), 1);
 }
 
@@ -130,15 +130,28 @@ TEST_F(HistoryDatabaseTest, addFolder_highestKeyWasNotCounted_doesNotReuseIt)
     EXPECT_EQ(*m_database->addFolder("/b", m_alias), 42);
 }
 
-TEST_F(HistoryDatabaseTest, removeFolder_keepsRecordAndSavings)
+TEST_F(HistoryDatabaseTest, removeFolders_keepsRecordAndSavings)
 {
     const qint64 key = *m_database->addFolder("/a", m_alias);
     ASSERT_TRUE(m_database->setProgress(key, 40, 7));
 
-    EXPECT_TRUE(*m_database->removeFolder("/a"));
-    EXPECT_FALSE(*m_database->removeFolder("/a")) << "it is not watched any more";
-    EXPECT_FALSE(*m_database->removeFolder("/never"));
-    EXPECT_THAT(folders(), ElementsAre(WatchedFolder{key, "/a", m_alias, false, 40, 7}));
+    const qint64 other = *m_database->addFolder("/b", m_alias);
+    EXPECT_TRUE(*m_database->removeFolders({key}));
+    EXPECT_FALSE(*m_database->removeFolders({key})) << "it is not watched any more";
+    EXPECT_FALSE(*m_database->removeFolders({99}));
+    EXPECT_THAT(folders(), ElementsAre(WatchedFolder{key, "/a", m_alias, false, 40, 7},
+                                       WatchedFolder{other, "/b", m_alias, true, 0, 0}));
+}
+
+TEST_F(HistoryDatabaseTest, removeFolders_several_oneThatIsNotThereIsNoHindrance)
+{
+    const qint64 first = *m_database->addFolder("/a", m_alias);
+    const qint64 second = *m_database->addFolder("/b", m_alias);
+
+    EXPECT_TRUE(*m_database->removeFolders({first, 99, second, first}));
+    EXPECT_FALSE(*m_database->removeFolders({}));
+    EXPECT_THAT(folders(), ElementsAre(WatchedFolder{first, "/a", m_alias, false, 0, 0},
+                                       WatchedFolder{second, "/b", m_alias, false, 0, 0}));
 }
 
 TEST_F(HistoryDatabaseTest, setProgress_beyondTheSignedRange_survives)
@@ -171,11 +184,11 @@ TEST_F(HistoryDatabaseTest, setProgress_recordIsGone_doesNothing)
     EXPECT_THAT(folders(), IsEmpty());
 }
 
-TEST_F(HistoryDatabaseTest, setLocation_keepsTheRest)
+TEST_F(HistoryDatabaseTest, setLocations_keepTheRest)
 {
     const qint64 key = *m_database->addFolder("/a", m_alias);
     ASSERT_TRUE(m_database->setProgress(key, 50, 7));
-    ASSERT_TRUE(m_database->setLocation(key, "/moved", bytesOf("other")));
+    ASSERT_TRUE(m_database->setLocations({{key, "/moved", bytesOf("other")}}));
 
     EXPECT_THAT(folders(), ElementsAre(WatchedFolder{key, "/moved", bytesOf("other"), true, 50, 7}));
 }

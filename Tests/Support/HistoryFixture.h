@@ -37,4 +37,17 @@ inline std::unique_ptr<HistoryDatabase> openDatabase(const Path &store)
     return *std::move(database);
 }
 
+/// Takes the watched folder that is recorded at that path off the list; answers whether there was one.
+inline bool removeFolder(HistoryDatabase &database, const std::string &folder)
+{
+    const auto records = database.folders();
+    if (!records)
+        return false;
+    for (const WatchedFolder &record : *records) {
+        if (record.isEnabled && record.folder == folder)
+            return database.removeFolders({record.key}).valueOr(false);
+    }
+    return false;
+}
+
 } // namespace HistoryFixture

@@ -69,7 +69,7 @@ public:
         if (verb == "add")
             return answer(m_database->addFolder(path, bytesOf("alias of " + path)));
         if (verb == "remove")
-            return answer(m_database->removeFolder(path));
+            return HistoryFixture::removeFolder(*m_database, path) ? "1" : "0";
         return "failed: unknown command";
     }
 

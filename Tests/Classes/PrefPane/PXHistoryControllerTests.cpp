@@ -26,7 +26,7 @@ protected:
         const qint64 key = *m_database->addFolder(folder, alias);
         ASSERT_TRUE(m_database->setProgress(key, 50, savings));
         if (!isWatched) {
-            ASSERT_TRUE(*m_database->removeFolder(folder));
+            ASSERT_TRUE(HistoryFixture::removeFolder(*m_database, folder));
         }
     }
 
@@ -261,9 +261,9 @@ TEST_F(PXHistoryControllerTest, selection_rowAppearsOrGoes_isNotRestored)
 
     m_array.setSelectionIndexes({0, 2});
     ASSERT_TRUE(*m_database->addFolder("/d", {}));
-    ASSERT_TRUE(*m_database->removeFolder("/a"));
-    ASSERT_TRUE(*m_database->removeFolder("/b"));
-    ASSERT_TRUE(*m_database->removeFolder("/c"));
+    ASSERT_TRUE(HistoryFixture::removeFolder(*m_database, "/a"));
+    ASSERT_TRUE(HistoryFixture::removeFolder(*m_database, "/b"));
+    ASSERT_TRUE(HistoryFixture::removeFolder(*m_database, "/c"));
     announceSavings();
     EXPECT_THAT(m_array.selectionIndexes(), IsEmpty());
 }
@@ -275,7 +275,7 @@ TEST_F(PXHistoryControllerTest, selection_lastRowBecomesOther_leavesItOut)
     useTable();
     m_array.setSelectionIndexes({0, 1});
 
-    ASSERT_TRUE(*m_database->removeFolder("/b"));
+    ASSERT_TRUE(HistoryFixture::removeFolder(*m_database, "/b"));
     announceSavings();
 
     EXPECT_THAT(m_array.arrangedObjects(), SizeIs(2));

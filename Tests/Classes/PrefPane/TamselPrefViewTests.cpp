@@ -69,7 +69,7 @@ protected:
         ASSERT_TRUE(key);
         ASSERT_TRUE(database->setProgress(*key, status, savings));
         if (!isWatched) {
-            ASSERT_TRUE(database->removeFolder(folder));
+            ASSERT_TRUE(HistoryFixture::removeFolder(*database, folder));
         }
     }
 
@@ -357,7 +357,8 @@ TEST_F(TamselPrefViewTest, removedFolderWhosePlaceTheSumTakes_isCountedNoLonger)
     record("/srv/gone", 100, 1000);
     show();
     EXPECT_EQ(text("folderCountLabel"), "2 folders");
-    ASSERT_TRUE(HistoryFixture::openDatabase(supportFolder() / "history.db")->removeFolder("/srv/gone"));
+    ASSERT_TRUE(
+        HistoryFixture::removeFolder(*HistoryFixture::openDatabase(supportFolder() / "history.db"), "/srv/gone"));
     hear("pellixSavingsChanged");
     EXPECT_EQ(drawn(1).front(), "Other");
     EXPECT_EQ(text("folderCountLabel"), "1 folder");
