@@ -58,6 +58,8 @@ bool Expansion::replace()
     const WriterWatch watch(destination, m_destination->identity);
     if (!watch.mayReplace())
         return fail(Outcome::BeingWritten);
+    if (m_request.stop.stop_requested()) // the medium may have taken long
+        return fail(Outcome::Cancelled);
     const Result<bool> replaced = m_output->replace(destination, *m_destination);
     if (!replaced)
         return fail(Outcome::Changed, replaced.failure().context);

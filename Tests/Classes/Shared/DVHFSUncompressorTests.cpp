@@ -500,17 +500,6 @@ TEST_F(DVHFSUncompressorTest, brokenLease_keepsTheFileAsItIs)
     expectStillCompressed(CompressedSample::fork(m_content));
 }
 
-TEST_F(DVHFSUncompressorTest, cancelled_setsTheFlagAgainAndLeavesNoScratchFile)
-{
-    CompressedSample::make(m_file, m_content);
-    m_stop.request_stop();
-    EXPECT_FALSE(expand());
-    EXPECT_EQ(m_error.code, 0);
-    EXPECT_EQ(m_outcome.result, Outcome::Cancelled);
-    EXPECT_FALSE(m_outcome.isFlagLeftCleared);
-    expectStillCompressed(CompressedSample::fork(m_content));
-}
-
 TEST_F(DVHFSUncompressorTest, scratchFileOfACrash_isTakenAway)
 {
     CompressedSample::make(m_file, m_content);
