@@ -8,8 +8,10 @@
 #include <string>
 #include <string_view>
 
-/// Lines of text that are too many to be kept in memory: compressed, in a file of the user's temporary folder, which
-/// goes with this. Written by one thread, then read by one.
+struct UniqueFile;
+
+/// Lines of text that are too many to be kept in memory: compressed, in a file on the user's temporary folder's volume
+/// that has no name, so that nothing of it is ever left. Written by one thread, then read by one.
 class ExpansionJournal final
 {
 public:
@@ -29,7 +31,10 @@ public:
     Result<void> read(const std::function<bool(std::string_view piece)> &take) const;
 
 private:
-    Path m_path;
-    void *m_file = nullptr; ///< of zlib
+    void open(const UniqueFile &file);
+
+    Path m_path;              ///< for what is said of failures
+    void *m_writer = nullptr; ///< of zlib, as the next; nullptr once it is closed
+    void *m_reader = nullptr;
     std::optional<Failure> m_failure;
 };
