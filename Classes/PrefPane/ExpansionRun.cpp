@@ -2,6 +2,9 @@
 
 #include "Classes/PrefPane/PXPathUncompressor.h"
 
+#include <unordered_set>
+#include <utility>
+
 using Phase = ExpansionProgress::Phase;
 
 ExpansionRun::ExpansionRun(std::vector<Path> paths, Describe describe)
@@ -25,6 +28,28 @@ void ExpansionRun::perform(PXPathUncompressorDelegate *delegate)
     setPhase(Phase::Ended);
 }
 
+/// Those that lie below none of the others, each once.
+static std::vector<Path> outermost(const std::vector<Path> &paths)
+{
+    std::unordered_set<std::string> all;
+    for (const Path &path : paths)
+        all.insert(path.native());
+    const auto liesBelowAnother = [&](const Path &path) {
+        for (Path inner = path; inner.has_relative_path(); inner = inner.parent_path()) {
+            if (all.contains(inner.parent_path().native()))
+                return true;
+        }
+        return false;
+    };
+    std::unordered_set<std::string> kept;
+    std::vector<Path> answer;
+    for (const Path &path : paths) {
+        if (!liesBelowAnother(path) && kept.insert(path.native()).second)
+            answer.push_back(path);
+    }
+    return answer;
+}
+
 /// Answers whether to go on.
 bool ExpansionRun::measure()
 {
@@ -33,7 +58,7 @@ bool ExpansionRun::measure()
         const std::lock_guard lock(m_mutex);
         m_progress.entries = entries;
     });
-    for (const Path &path : m_paths)
+    for (const Path &path : outermost(m_paths))
         survey.add(path);
     {
         const std::lock_guard lock(m_mutex);
@@ -99,20 +124,31 @@ void ExpansionRun::didExpandFile(const Path &)
     m_progress.bytesDone += m_sizeInHand;
 }
 
-/// Whether it is what keeps the fork and the attributes of the file beside it, and so no file of its own.
+/// Whether it is what keeps the fork and the attributes of the file beside it, and so no file of its own. The
+/// attributes of that one cannot be told where somebody has given a file of another kind such a name.
 static bool isCompanion(const Path &path)
 {
     const std::string name = path.filename().native();
     if (name.size() < 3 || !name.starts_with("._"))
         return false;
-    const Result<FileStatus> owner = FileSystem::current().status(path.parent_path() / name.substr(2));
-    return owner && owner->type == FileType::Regular;
+    const Path owner = path.parent_path() / name.substr(2);
+    const FileSystem &files = FileSystem::current();
+    const Result<FileStatus> status = files.status(owner);
+    if (!status || status->type != FileType::Regular)
+        return false;
+    const Result<std::vector<std::string>> names = files.attributeNames(owner, Links::NotFollow);
+    return names || names.failure().code != ErrorCode::Corrupt;
 }
 
 void ExpansionRun::fileLeftAlone(const Path &path, LeftAlone reason)
 {
-    if (!isCompanion(path))
+    if (reason == LeftAlone::NotRegular || !isCompanion(path))
         add({reason, path});
+}
+
+void ExpansionRun::pathUnreadable(const Path &path, const Failure &failure)
+{
+    add({ExpansionOutcome::Result::Unreadable, path, 0, 0, false, failure.context});
 }
 
 void ExpansionRun::expansionEnded(const Path &path, const ExpansionOutcome &outcome)

@@ -68,6 +68,7 @@ public:
     const ExpansionJournal &journal() const { return m_journal; }
 
     void fileLeftAlone(const Path &path, LeftAlone reason) override;
+    void pathUnreadable(const Path &path, const Failure &failure) override;
     void expansionEnded(const Path &path, const ExpansionOutcome &outcome) override;
 
 private:

@@ -31,7 +31,11 @@ void PXPathUncompressor::runWithDelegate(PXPathUncompressorDelegate *delegate)
         return;
     m_delegate = delegate;
     const auto filter = [this](const WalkEntry &entry) { return expandFile(entry.path, entry.status); };
-    traverse_using_objc_filter(m_path, nullptr, filter, m_stop);
+    const auto unreadable = [this](const Path &path, const Failure &failure) {
+        if (m_observer)
+            m_observer->pathUnreadable(path, failure);
+    };
+    traverse_using_objc_filter(m_path, nullptr, filter, m_stop, unreadable);
     m_status = Finished;
     didFinishExpandingPath(m_path);
     LeftLocks::release();
@@ -59,15 +63,17 @@ std::optional<LeftAlone> PXPathUncompressor::reasonToLeaveAlone(const Path &path
     return std::nullopt;
 }
 
-/// A process that was killed may have left it among the files that are expanded now.
-static void removeIfAbandoned(const Path &path, const FileStatus &status)
+/// A process that was killed may have left it among the files that are expanded now. Answers whether it has gone.
+static bool removeIfAbandoned(const Path &path, const FileStatus &status)
 {
     FileSystem &files = FileSystem::current();
     const std::string &name = path.native();
     const std::size_t slash = name.rfind('/');
     const std::string_view last = std::string_view(name).substr(slash == std::string::npos ? 0 : slash + 1);
-    if (status.type == FileType::Regular && files.isNameInTheMaking(last))
-        files.removeAbandoned(path);
+    if (status.type != FileType::Regular || !files.isNameInTheMaking(last))
+        return false;
+    files.removeAbandoned(path);
+    return !files.status(path);
 }
 
 std::uint32_t PXPathUncompressor::expandFile(const char *path)
@@ -78,9 +84,8 @@ std::uint32_t PXPathUncompressor::expandFile(const char *path)
 
 std::uint32_t PXPathUncompressor::expandFile(const Path &path, const FileStatus &status)
 {
-    if (status.type == FileType::Directory || m_stop.stop_requested())
+    if (status.type == FileType::Directory || m_stop.stop_requested() || removeIfAbandoned(path, status))
         return 0;
-    removeIfAbandoned(path, status);
     if (const std::optional<LeftAlone> reason = reasonToLeaveAlone(path, status)) {
         if (m_observer)
             m_observer->fileLeftAlone(path, *reason);

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Classes/Shared/ExpansionOutcome.h"
+#include "Platform/Result.h"
 #include "Platform/Types.h"
 
-/// Told more of a run than a delegate: what became of every file. On the thread that runs it.
+/// Told more of a run than a delegate: what became of every file, and what could not be read. On the thread that runs
+/// it.
 class PXPathUncompressorObserver
 {
 public:
@@ -21,5 +23,9 @@ public:
     virtual ~PXPathUncompressorObserver() = default;
 
     virtual void fileLeftAlone(const Path &, LeftAlone) {}
+
+    /// A file or folder that cannot be looked at: what may lie below it was not met, or not all of it.
+    virtual void pathUnreadable(const Path &, const Failure &) {}
+
     virtual void expansionEnded(const Path &, const ExpansionOutcome &) {}
 };

@@ -11,7 +11,7 @@ static void collect(const Path &path, CollectedPaths &collected)
 }
 
 CollectedPaths *traverse_using_objc_filter(const Path &path, CollectedPaths *collected, const TraversalFilter &filter,
-                                           std::stop_token stop)
+                                           std::stop_token stop, const TraversalFailure &unreadable)
 {
     const auto visit = [&](const WalkEntry &entry) {
         const std::uint32_t answer = filter ? filter(entry) : 0;
@@ -23,9 +23,16 @@ CollectedPaths *traverse_using_objc_filter(const Path &path, CollectedPaths *col
     };
     const FileSystem &files = FileSystem::current();
     const Result<FileStatus> status = files.status(path);
+    const auto passOver = [&](const Path &where, const Failure &failure) {
+        if (unreadable)
+            unreadable(where, failure);
+    };
+    if (!status)
+        passOver(path, status.failure());
     if (!status || !visit({path, *status}) || status->type != FileType::Directory)
         return collected;
-    const auto passOver = [](const Path &, const Failure &) {};
-    (void)files.walk(path, visit, passOver, std::move(stop), MountPoints::Enter); // nobody asks what was left out
+    const Result<void> walked = files.walk(path, visit, passOver, std::move(stop), MountPoints::Enter);
+    if (!walked)
+        passOver(path, walked.failure());
     return collected;
 }

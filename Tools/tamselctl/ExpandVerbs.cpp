@@ -42,6 +42,11 @@ public:
         if (reason == LeftAlone::FlagCleared)
             m_flagsLeftCleared.push_back(path.native());
     }
+    void pathUnreadable(const Path &, const Failure &failure) override
+    {
+        ++m_failed[wordsFor(ExpansionOutcome::Result::Unreadable).key];
+        m_invocation.note(failure.context);
+    }
 
     /// The last line.
     void summarize() const;

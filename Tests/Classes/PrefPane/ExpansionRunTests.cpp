@@ -1,5 +1,7 @@
 #include "Tests/Classes/PrefPane/ExpansionRunFixture.h"
 
+#include "Platform/Fake/FakeFileSystem.h"
+
 namespace fs = std::filesystem;
 
 using ::testing::ElementsAre;
@@ -90,4 +92,40 @@ TEST_F(ExpansionRunTest, cancelledBeforeItBegins_onlyEnds)
     run->perform(&delegate);
     EXPECT_FALSE(isExpanded("a"));
     EXPECT_EQ(run->takeProgress().phase, Phase::Ended);
+}
+
+TEST_F(ExpansionRunTest, fileThatIsOnlyNamedAsACompanion_isListed)
+{
+    make("compressed", 4095);
+    writeFile(folder / "own", std::string(5000, 'x'));
+    writeFile(folder / "._own", std::string(6000, 'y'));
+    fs::create_symlink("own", folder / "._compressed too");
+    writeFile(folder / "compressed too", {});
+    std::map<std::string, ExpansionReason> reasons;
+    for (const ExpansionEntry &entry : performed().takeProgress().fresh)
+        reasons.emplace(entry.path.filename(), entry.reason);
+    EXPECT_THAT(reasons, UnorderedElementsAre(
+                             Pair("compressed", LeftAlone::TooSmall), Pair("own", LeftAlone::NotCompressed),
+                             Pair("._own", LeftAlone::NotCompressed), Pair("compressed too", LeftAlone::TooSmall),
+                             Pair("._compressed too", LeftAlone::NotRegular)));
+}
+
+TEST_F(ExpansionRunTest, whatCannotBeLookedAt_isListedAndTheRestIsDone)
+{
+    FakeFileSystem files;
+    files.addFile("/top/closed/file");
+    files.setUnreadable("/top/closed");
+    files.addFile("/top/small");
+    files.addFile("/locked/file");
+    files.setUnreadable("/locked");
+    const Override<FileSystem> override(files);
+    made({"/gone", "/locked", "/top"}).perform(&delegate);
+    std::map<std::string, ExpansionReason> reasons;
+    for (const ExpansionEntry &entry : run->takeProgress().fresh) {
+        reasons.emplace(entry.path, entry.reason);
+        EXPECT_EQ(entry.detail.empty(), entry.path == "/top/small") << entry.path;
+    }
+    EXPECT_THAT(reasons, UnorderedElementsAre(Pair("/gone", Outcome::Unreadable), Pair("/locked", Outcome::Unreadable),
+                                              Pair("/top/closed", Outcome::Unreadable),
+                                              Pair("/top/small", LeftAlone::TooSmall)));
 }

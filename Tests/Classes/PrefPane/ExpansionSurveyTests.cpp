@@ -74,3 +74,25 @@ TEST_F(ExpansionSurveyTest, volumeThatIsTooSmall_isTheOnlyOneTold)
     EXPECT_EQ(survey.shortages()[0].needed, 8192u) << "whole blocks";
     EXPECT_EQ(survey.shortages()[0].available, 8191u);
 }
+
+TEST_F(ExpansionSurveyTest, pathThatIsDroppedTwice_takesItsRoomOnce)
+{
+    make("a", 409600);
+    make("inner/b", 819200);
+    volumes.volumes[0].availableSpace = 0;
+    ExpansionSurvey survey({});
+    survey.add(folder);
+    volumes.volumes[0].availableSpace = survey.shortages().at(0).needed;
+
+    made({folder / "a", folder, folder / "inner/b", folder / "inner", folder});
+    run->setAsk([this] {
+        ADD_FAILURE() << "there is room";
+        run->goOn(false);
+    });
+    run->perform(&delegate);
+    const ExpansionProgress progress = run->takeProgress();
+    EXPECT_EQ(progress.filesInAll, 2u);
+    EXPECT_EQ(progress.filesDone, 2u);
+    EXPECT_EQ(progress.bytesDone, progress.bytesInAll);
+    EXPECT_TRUE(isExpanded("a") && isExpanded("inner/b"));
+}

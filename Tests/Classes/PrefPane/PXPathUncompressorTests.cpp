@@ -38,6 +38,7 @@ public:
         locksAtTheEnd = LeftLocks::count();
     }
     void fileLeftAlone(const Path &path, LeftAlone reason) override { leftAlone[path.filename()] = reason; }
+    void pathUnreadable(const Path &path, const Failure &) override { unreadable.push_back(path.filename()); }
     void expansionEnded(const Path &path, const ExpansionOutcome &outcome) override
     {
         outcomes[path.filename()] = outcome.result;
@@ -47,6 +48,7 @@ public:
 
     std::vector<std::string> messages;
     std::map<std::string, LeftAlone> leftAlone;
+    std::vector<std::string> unreadable;
     std::map<std::string, ExpansionOutcome::Result> outcomes;
     std::int32_t statusAtTheEnd = -1;
     std::size_t locksAtTheEnd = 0;
@@ -171,6 +173,7 @@ TEST_F(PXPathUncompressorTest, fileInTheMakingThatNobodyHolds_isTakenAwayWithout
     run(m_folder);
     EXPECT_THAT(m_listener.messages, ElementsAre("will file", "did file", "finished dropped"));
     EXPECT_FALSE(std::filesystem::exists(m_folder / name));
+    EXPECT_FALSE(m_listener.leftAlone.contains(Path(name).filename())) << "it is not there any more";
     EXPECT_TRUE(std::filesystem::exists(m_folder / (name + "er"))) << "not a name of that form";
 }
 
@@ -178,6 +181,7 @@ TEST_F(PXPathUncompressorTest, missingPath_isFinishedAtOnce)
 {
     run(m_folder / "none");
     EXPECT_THAT(m_listener.messages, ElementsAre("finished none"));
+    EXPECT_THAT(m_listener.unreadable, ElementsAre("none"));
 }
 
 TEST_F(PXPathUncompressorTest, withoutDelegateAndObserver_filesAreExpanded)

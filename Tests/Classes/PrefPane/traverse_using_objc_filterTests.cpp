@@ -104,3 +104,21 @@ TEST_F(TraversalTest, stop_endsTheWalk)
     traverse_using_objc_filter("/top", nullptr, filter, stop.get_token());
     EXPECT_THAT(m_asked, ElementsAre("/top"));
 }
+
+TEST_F(TraversalTest, whatCannotBeRead_isToldAndPassedOver)
+{
+    std::vector<std::string> unreadable;
+    const TraversalFailure note = [&](const Path &path, const Failure &failure) {
+        unreadable.push_back(path.native());
+        EXPECT_FALSE(failure.context.empty());
+    };
+    m_files.setUnreadable("/top/folder");
+    traverse_using_objc_filter("/top", nullptr, answering([](const Path &) { return 0; }), {}, note);
+    EXPECT_THAT(unreadable, ElementsAre("/top/folder"));
+    EXPECT_THAT(m_asked, ::testing::Contains("/top/volume/file"));
+
+    m_files.setUnreadable("/elsewhere");
+    for (const char *const path : {"/none", "/elsewhere"})
+        traverse_using_objc_filter(path, nullptr, {}, {}, note);
+    EXPECT_THAT(unreadable, ElementsAre("/top/folder", "/none", "/elsewhere"));
+}
