@@ -7,8 +7,10 @@
 #include "Classes/Shared/AlertSheet.h"
 #include "Classes/Shared/Log.h"
 #include "Platform/HostApplication.h"
+#include "Platform/Utf8.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QFile>
 #include <QLabel>
 #include <QTimer>
@@ -79,6 +81,19 @@ void PXUncompressorController::boxDraggedFiles(DVBox &, const std::vector<Path> 
     uncompress(paths);
 }
 
+/// The list of exclusions is text: a name that is none would exclude another file.
+static QStringList textsOf(const std::vector<Path> &paths)
+{
+    QStringList texts;
+    for (const Path &path : paths) {
+        if (isUtf8(path.native()))
+            texts.append(QFile::decodeName(path.c_str()));
+        else
+            logLine("Not excluded, because its name is not UTF-8: " + path.native());
+    }
+    return texts;
+}
+
 void PXUncompressorController::uncompress(const std::vector<Path> &paths)
 {
     if (m_animatingDragInfoImage)
@@ -86,11 +101,8 @@ void PXUncompressorController::uncompress(const std::vector<Path> &paths)
     if (m_uncompressing)
         return;
     setUncompressing(true);
-    QStringList names;
-    for (const Path &path : paths)
-        names.append(QFile::decodeName(path.c_str()));
     if (m_exclusionsController)
-        m_exclusionsController->addNewPaths(names);
+        m_exclusionsController->addNewPaths(textsOf(paths));
     setUncompressLabel(QStringLiteral("Uncompressing, please wait"));
     startRun(paths);
 }
@@ -131,6 +143,8 @@ void PXUncompressorController::didFinishUncompressing()
 {
     if (m_thread.joinable())
         m_thread.join();
+    if (m_question)
+        m_question->reject(); // the run was cancelled
     setUncompressing(false);
     setUncompressLabel(QStringLiteral("Drag files or folders here to uncompress them"));
     if (std::exchange(m_isToClose, false))
@@ -152,12 +166,14 @@ void PXUncompressorController::presentFinishedUncompressionAlert()
 /// The safe answer is the default one, and the one that is given when the sheet goes with its window.
 void PXUncompressorController::askForSpace()
 {
+    if (m_run->isCancelled())
+        return;
     QWidget *const window = m_uncompressBox ? m_uncompressBox->window() : nullptr;
-    AlertSheet::alertWithMessageText(tr("Not enough space").toStdString(), tr("Cancel").toStdString(), {},
-                                     tr("Uncompress Anyway").toStdString(),
-                                     UncompressWords::question(m_run->shortages()).toStdString())
-        .beginSheetModalForWindow(window,
-                                  [run = m_run](int returnCode) { run->goOn(returnCode == AlertSheet::kOtherReturn); });
+    const AlertSheet alert = AlertSheet::alertWithMessageText(
+        tr("Not enough space").toStdString(), tr("Cancel").toStdString(), {}, tr("Uncompress Anyway").toStdString(),
+        UncompressWords::question(m_run->shortages()).toStdString());
+    m_question = alert.beginSheetModalForWindow(
+        window, [run = m_run](int returnCode) { run->goOn(returnCode == AlertSheet::kOtherReturn); });
 }
 
 bool PXUncompressorController::mayClose(std::function<void()> close)

@@ -13,6 +13,7 @@
 class DragInfoImageView;
 class ExpansionRun;
 class PXExclusionsController;
+class QDialog;
 class QLabel;
 
 /// Turns what is dropped on its box into ordinary files, one drop at a time, on a thread of its own, and says when that
@@ -92,6 +93,7 @@ private:
     bool m_uncompressing = false;
     std::function<void()> m_close; ///< what the user was asked about, or has agreed to
     bool m_isToClose = false;      ///< when the run has ended
+    QPointer<QDialog> m_question;  ///< about space, while it is shown or waits for its turn
     std::shared_ptr<ExpansionRun> m_run;
     std::thread m_thread;
 };

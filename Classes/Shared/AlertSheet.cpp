@@ -20,7 +20,7 @@ AlertSheet AlertSheet::alertWithMessageText(std::string message, std::string def
     return alert;
 }
 
-void AlertSheet::beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const
+QDialog *AlertSheet::beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const
 {
     const QMessageBox::Icon icon = m_style == Style::Warning ? QMessageBox::Warning : QMessageBox::Information;
     const QPointer<QMessageBox> box = makePlainMessageBox(icon, m_message, m_informativeText).release();
@@ -46,4 +46,5 @@ void AlertSheet::beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlo
         if (didEndBlock)
             didEndBlock(returnCode);
     });
+    return box;
 }

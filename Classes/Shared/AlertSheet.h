@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+class QDialog;
 class QWidget;
 
 /// An alert with up to three buttons that is shown as a sheet and reports its end to a block. A value; what it shows
@@ -29,8 +30,9 @@ public:
 
     /// Shows the alert on `window` and answers at once; a window shows one sheet at a time, in the order in which they
     /// were begun. `didEndBlock`, which may be empty, is run exactly once. Escape stands for the alternate button,
-    /// where there is none for the default button; a sheet that goes with its window answers `kAlternateReturn`.
-    void beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const;
+    /// where there is none for the default button; a sheet that goes with its window, or is rejected, answers
+    /// `kAlternateReturn`. Answers the sheet, which is deleted some time after its end.
+    QDialog *beginSheetModalForWindow(QWidget *window, DidEndBlock didEndBlock) const;
 
 private:
     AlertSheet() = default;

@@ -1,10 +1,11 @@
 #include "Classes/PrefPane/DragInfoImageView.h"
 #include "Classes/PrefPane/ExpansionRun.h"
 #include "Classes/Shared/AnimatorProxy.h"
-#include "Platform/Fake/FakeVolumes.h"
 #include "Tests/Classes/PrefPane/UncompressorFixture.h"
 
 #include <QPropertyAnimation>
+
+#include <pthread.h>
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -210,132 +211,82 @@ TEST_F(PXUncompressorControllerTest, controllerThatGoes_waitsForItsRun)
     }
 }
 
-namespace {
-
-/// A run that is under way until it is told to go on.
-class PXUncompressorControllerClosing : public PXUncompressorControllerTest
-{
-protected:
-    PXUncompressorControllerClosing()
-    {
-        make("file", 200000);
-        drop({folder});
-        EXPECT_FALSE(uncompressor->mayClose([this] { ++closed; }));
-    }
-    void press(const char *title)
-    {
-        const auto *const question = qobject_cast<QMessageBox *>(host.attachedSheet(&window));
-        ASSERT_NE(question, nullptr);
-        for (QAbstractButton *const button : question->buttons()) {
-            if (button->text() == QLatin1String(title))
-                return button->click();
-        }
-        FAIL() << "no button " << title;
-    }
-
-    int closed = 0;
-};
-
-} // namespace
-
 TEST_F(PXUncompressorControllerTest, mayClose_atRest_isYes)
 {
     EXPECT_TRUE(uncompressor->mayClose({}));
 }
 
-TEST_F(PXUncompressorControllerClosing, agreed_stopsThenCloses)
+TEST_F(PXUncompressorControllerTest, end_comesToTheFrontBeforeTheSheetIsShown)
 {
-    press("Stop and Close");
-    EXPECT_EQ(closed, 0) << "it has not ended yet";
-    EXPECT_TRUE(waitFor([this] { return closed == 1; }, 60000));
-    EXPECT_FALSE(uncompressor->uncompressing());
-    EXPECT_TRUE(uncompressor->mayClose({}));
-}
-
-TEST_F(PXUncompressorControllerClosing, notAgreed_goesOn)
-{
-    press("Keep Uncompressing");
+    std::vector<bool> activationsBefore{true};
+    bool isSheetLater = false;
+    const auto look = [&] { isSheetLater = host.activations().size() == 1 && !host.attachedSheet(&window); };
+    QObject::connect(uncompressor, &PXUncompressorController::uncompressingChanged, uncompressor, [&] {
+        if (uncompressor->uncompressing())
+            return;
+        activationsBefore = host.activations();
+        QMetaObject::invokeMethod(uncompressor, look, Qt::QueuedConnection); // when the run's end is done with
+    });
+    drop({folder});
     EXPECT_EQ(untilFinished(), kFinished);
-    EXPECT_EQ(closed, 0);
-    EXPECT_TRUE(isExpanded("file"));
+    EXPECT_THAT(activationsBefore, IsEmpty());
+    EXPECT_TRUE(isSheetLater);
 }
 
-TEST_F(PXUncompressorControllerClosing, askedAgain_asksOnce)
+TEST_F(PXUncompressorControllerTest, nameThatIsNotUtf8_isNotExcludedUnderAnother)
 {
-    EXPECT_FALSE(uncompressor->mayClose([this] { ++closed; }));
-    press("Keep Uncompressing");
-    EXPECT_EQ(untilFinished(), kFinished) << "no second question";
-}
-
-TEST_F(PXUncompressorControllerClosing, agreedAfterTheEnd_closes)
-{
-    EXPECT_TRUE(waitFor([this] { return !uncompressor->uncompressing(); }, 60000));
-    press("Stop and Close");
-    EXPECT_EQ(closed, 1);
-    EXPECT_TRUE(isExpanded("file"));
+    static std::string s_logged;
+    s_logged.clear();
+    setLogSink([](const std::string &line) { s_logged += line + "\n"; });
+    const std::string name = "not utf-8 \xff";
+    make(name);
+    make("utf-8");
+    uncompressor->uncompress({folder / name, folder / "utf-8"});
+    EXPECT_EQ(untilFinished(), kFinished);
+    EXPECT_TRUE(isExpanded(name));
+    EXPECT_THAT(storedPaths(), ElementsAre((folder / "utf-8").native()));
+    EXPECT_THAT(s_logged, HasSubstr("Not excluded"));
+    EXPECT_THAT(s_logged, HasSubstr(name));
 }
 
 namespace {
 
-/// The dropped files lie on a volume with little room.
-class PXUncompressorControllerOnFullVolume : public PXUncompressorControllerTest
+/// While it lives no thread can be started: each would need more room for its stack than there are addresses.
+class NoThreads final
 {
-protected:
-    PXUncompressorControllerOnFullVolume()
+public:
+    NoThreads()
     {
-        volumes.volumes = {{"/"}};
-        volumes.volumes[0].availableSpace = 100000;
-        make("file", 200000);
-        drop({folder});
-        waitFor([this] { return host.attachedSheet(&window) != nullptr; }, 60000);
+        ::pthread_getattr_default_np(&m_before);
+        pthread_attr_t attributes = {};
+        ::pthread_getattr_default_np(&attributes);
+        ::pthread_attr_setstacksize(&attributes, std::size_t{1} << 47);
+        ::pthread_setattr_default_np(&attributes);
+        ::pthread_attr_destroy(&attributes);
     }
-    QMessageBox *question() { return qobject_cast<QMessageBox *>(host.attachedSheet(&window)); }
-    void press(const char *title)
+    ~NoThreads()
     {
-        for (QAbstractButton *const button : question()->buttons()) {
-            if (button->text() == QLatin1String(title))
-                return button->click();
-        }
-        FAIL() << "no button " << title;
+        ::pthread_setattr_default_np(&m_before);
+        ::pthread_attr_destroy(&m_before);
     }
+    NoThreads(const NoThreads &) = delete;
+    NoThreads &operator=(const NoThreads &) = delete;
 
-    FakeVolumes volumes;
-    Override<Volumes> volumesInPlace{volumes};
+private:
+    pthread_attr_t m_before = {};
 };
 
 } // namespace
 
-TEST_F(PXUncompressorControllerOnFullVolume, question_namesBothFigures)
+TEST_F(PXUncompressorControllerTest, noThread_endsAtOnceAndExpandsNothing)
 {
-    ASSERT_NE(question(), nullptr);
-    EXPECT_THAT(question()->informativeText().toStdString(), HasSubstr("needs 201 KB on /, where 100 KB are free"));
-    EXPECT_TRUE(uncompressor->uncompressing());
-    EXPECT_EQ(labelText(), kWorking);
-    EXPECT_THAT(storedPaths(), ElementsAre(folder.native())) << "the steps of the drop come first";
-    press("Cancel");
-    EXPECT_EQ(untilFinished(), kFinished);
-}
-
-TEST_F(PXUncompressorControllerOnFullVolume, refusal_endsInTheSameWayAndExpandsNothing)
-{
-    press("Cancel");
+    make("file");
+    {
+        const NoThreads none;
+        drop({folder});
+    }
+    EXPECT_TRUE(uncompressor->uncompressing()) << "the end comes as with any run";
     EXPECT_EQ(untilFinished(), kFinished);
     EXPECT_FALSE(isExpanded("file"));
     EXPECT_EQ(labelText(), kAtRest);
-}
-
-TEST_F(PXUncompressorControllerOnFullVolume, consent_expandsAllTheSame)
-{
-    press("Uncompress Anyway");
-    EXPECT_EQ(untilFinished(), kFinished);
-    EXPECT_TRUE(isExpanded("file"));
-}
-
-TEST_F(PXUncompressorControllerOnFullVolume, cancelWhileItIsAsked_ends)
-{
-    uncompressor->cancel();
-    EXPECT_TRUE(waitFor([this] { return !uncompressor->uncompressing(); }, 60000));
-    press("Uncompress Anyway");
-    EXPECT_EQ(untilFinished(), kFinished);
-    EXPECT_FALSE(isExpanded("file"));
 }
