@@ -4,7 +4,6 @@
 #include "Classes/PrefPane/ToolTips.h"
 #include "Classes/PrefPane/UncompressWords.h"
 
-#include <QFile>
 #include <QFont>
 #include <QLocale>
 #include <QSize>
@@ -124,7 +123,8 @@ QVariant UncompressList::entryData(const ExpansionEntry &entry, int column, int 
 {
     if (role != Qt::DisplayRole && role != Qt::ToolTipRole)
         return {};
-    const QString text = column == FileColumn ? QFile::decodeName(entry.path.c_str()) : UncompressWords::remark(entry);
+    const QString text =
+        column == FileColumn ? UncompressWords::oneLine(entry.path.native()) : UncompressWords::remark(entry);
     return role == Qt::DisplayRole ? text : plainToolTip(text);
 }
 

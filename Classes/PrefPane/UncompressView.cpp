@@ -188,7 +188,7 @@ void UncompressView::showProgress()
     m_open->setEnabled(!isRunning);
     m_bar->setVisible(isRunning);
     m_cancel->setVisible(isRunning);
-    m_save->setEnabled(!isRunning);
+    enableSaving();
     if (!m_controller->run())
         return;
     if (!isRunning)

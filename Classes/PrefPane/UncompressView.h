@@ -45,7 +45,8 @@ private:
     void paste();
     void copy();
     void save();
-    void showSaved(const QString &file, const QString &fault);
+    void showSaved(const QString &file, const QString &fault, bool isWritten);
+    void enableSaving();
 
     QPointer<PXUncompressorController> m_controller;
     QTimer m_refresh; ///< runs while a run does

@@ -83,14 +83,28 @@ void UncompressView::save()
     const auto save = [self = QPointer(this), panel = QPointer(panel), run = m_controller->run()](int result) {
         if (self && panel && result == QDialog::Accepted && !panel->selectedFiles().isEmpty())
             self->m_saving->save(run, panel->selectedFiles().front());
+        if (self)
+            self->enableSaving();
         if (panel)
             panel->deleteLater();
     };
     HostApplication::current().beginSheet(panel, window(), save);
 }
 
-void UncompressView::showSaved(const QString &file, const QString &fault)
+void UncompressView::showSaved(const QString &file, const QString &fault, bool isWritten)
 {
-    m_state->setText(fault.isEmpty() ? tr("The list was saved as %1.").arg(QFileInfo(file).fileName())
-                                     : tr("The list could not be saved: %1").arg(fault));
+    const QString name = QFileInfo(file).fileName();
+    enableSaving();
+    if (!isWritten)
+        m_state->setText(tr("The list could not be saved: %1").arg(fault));
+    else if (fault.isEmpty())
+        m_state->setText(tr("The list was saved as %1.").arg(name));
+    else
+        m_state->setText(tr("The list was saved as %1, but is not whole: %2").arg(name, fault));
+}
+
+/// Not while a run goes on, whose list is not whole, nor while another saving does, which would be waited for.
+void UncompressView::enableSaving()
+{
+    m_save->setEnabled(m_controller && m_controller->run() && !m_controller->uncompressing() && !m_saving->isSaving());
 }

@@ -25,6 +25,22 @@ static QString number(std::uint64_t count)
     return QLocale().toString(qulonglong(count));
 }
 
+static std::string withoutControls(const std::string &text)
+{
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string clean;
+    for (const char character : text) {
+        const auto code = static_cast<unsigned char>(character);
+        if (character == '\n')
+            clean += "\\n";
+        else if (code < 0x20 || code == 0x7f)
+            clean += {'\\', 'x', kDigits[code >> 4], kDigits[code & 15]};
+        else
+            clean += character;
+    }
+    return clean;
+}
+
 UncompressWords::Kind UncompressWords::kindOf(const ExpansionReason &reason)
 {
     const Outcome *const result = std::get_if<Outcome>(&reason);
@@ -124,30 +140,19 @@ QString UncompressWords::remark(const ExpansionEntry &entry)
         parts.append(tr("no longer known as compressed; \"tamselctl repair\" mends that"));
     if (!entry.detail.empty())
         parts.append(kindOf(entry.reason) == Kind::Expanded
-                         ? tr("compressed content kept: %1").arg(QString::fromStdString(entry.detail))
-                         : QString::fromStdString(entry.detail));
+                         ? tr("compressed content kept: %1").arg(oneLine(entry.detail))
+                         : oneLine(entry.detail));
     return parts.join(QStringLiteral("; "));
 }
 
-static std::string withoutControls(const std::string &text)
+QString UncompressWords::oneLine(const std::string &text)
 {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string clean;
-    for (const char character : text) {
-        const auto code = static_cast<unsigned char>(character);
-        if (character == '\n')
-            clean += "\\n";
-        else if (code < 0x20 || code == 0x7f)
-            clean += {'\\', 'x', kDigits[code >> 4], kDigits[code & 15]};
-        else
-            clean += character;
-    }
-    return clean;
+    return QFile::decodeName(withoutControls(text).c_str());
 }
 
 std::string UncompressWords::line(const ExpansionEntry &entry)
 {
-    return heading(entry.reason).toStdString() + '\t' + withoutControls(remark(entry).toStdString()) + '\t' +
+    return heading(entry.reason).toStdString() + '\t' + remark(entry).toStdString() + '\t' +
            withoutControls(entry.path.native());
 }
 
@@ -155,9 +160,8 @@ QString UncompressWords::question(const std::vector<SpaceShortage> &shortages)
 {
     QStringList lines;
     for (const SpaceShortage &shortage : shortages)
-        lines.append(
-            tr("Uncompressing needs %1 on %2, where %3 are free.")
-                .arg(size(shortage.needed), QFile::decodeName(shortage.volume.c_str()), size(shortage.available)));
+        lines.append(tr("Uncompressing needs %1 on %2, where %3 are free.")
+                         .arg(size(shortage.needed), oneLine(shortage.volume.native()), size(shortage.available)));
     lines.append(tr("Files for which there is no room stay compressed."));
     return lines.join(u'\n');
 }
@@ -190,7 +194,7 @@ QString UncompressWords::state(const ExpansionProgress &progress)
                                   size(progress.bytesInAll));
     if (progress.current.empty())
         return done;
-    return done + QStringLiteral(" — ") + QFile::decodeName(progress.current.filename().c_str());
+    return done + QStringLiteral(" — ") + oneLine(progress.current.filename().native());
 }
 
 int UncompressWords::permille(const ExpansionProgress &progress)

@@ -23,8 +23,11 @@ QString heading(const ExpansionReason &reason);
 /// "1.02 KB → 4.10 KB" of a file that was expanded, for others what is to be known besides; may be empty.
 QString remark(const ExpansionEntry &entry);
 
+/// A path or a message that may name one, in one line: control characters are written as "\n" or "\x07".
+QString oneLine(const std::string &text);
+
 /// A file as a line of text: heading, remark and path, separated by tabs; the path in its own bytes, but for control
-/// characters, which are written as "\n" or "\x07".
+/// characters, as above.
 std::string line(const ExpansionEntry &entry);
 
 /// Both figures for each volume that is too small.
