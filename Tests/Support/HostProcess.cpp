@@ -61,6 +61,11 @@ void HostProcess::start(const std::filesystem::path &pane)
 std::optional<int> HostProcess::end(std::chrono::milliseconds timeout)
 {
     m_process.terminate();
+    return waitForEnd(timeout);
+}
+
+std::optional<int> HostProcess::waitForEnd(std::chrono::milliseconds timeout)
+{
     waitFor([this] { return !isRunning(); }, int(timeout.count()));
     if (isRunning() || m_process.exitStatus() != QProcess::NormalExit)
         return std::nullopt;

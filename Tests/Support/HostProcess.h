@@ -33,6 +33,9 @@ public:
     /// Tells it to end as a session does and runs the event loop until it has; answers its exit status, nothing when
     /// it still runs or was killed.
     std::optional<int> end(std::chrono::milliseconds timeout = std::chrono::seconds(60));
+
+    /// The same where it was told otherwise.
+    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(60));
     void kill();
 
     /// The process of the helper that it has launched last; 0 when it has launched none.
