@@ -175,6 +175,11 @@ public:
     /// stands and nothing is left beside it; only when syncing the folder fails, the new file stands already.
     virtual Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode = 0644) = 0;
 
+    /// Replaces the file at `path` as above. What stood there until that very moment, whoever had put it there, is at
+    /// `kept` afterwards, in the same folder. On failure there may be a copy of it at `kept`. Errors: Exists (something
+    /// is at `kept`), NotFound (nothing is at `path`), TooLarge, and those of `replaceFile`.
+    virtual Result<void> replaceFileKeepingOld(const Path &path, ByteView content, const Path &kept) = 0;
+
     /// Makes a file that is not there yet, whole and synced. Errors: Exists, and those of `replaceFile`.
     virtual Result<void> createFile(const Path &path, ByteView content, std::uint32_t mode = 0644) = 0;
 

@@ -217,6 +217,25 @@ Result<void> FakeFileSystem::replaceFile(const Path &path, ByteView content, std
     return {};
 }
 
+Result<void> FakeFileSystem::replaceFileKeepingOld(const Path &path, ByteView content, const Path &kept)
+{
+    const std::lock_guard lock(m_mutex);
+    const Result<NodePointer> old = reach(path, Links::NotFollow);
+    if (!old)
+        return old.failure();
+    if ((*old)->status.type != FileType::Regular)
+        return Failure{ErrorCode::NotSupported, 0, path.native() + " is not a regular file"};
+    if (Result<void> place = checkPlace(kept); !place)
+        return place;
+    m_nodes[kept] = *old;
+    const NodePointer made = add(path, FileType::Regular);
+    made->status.mode = (*old)->status.mode;
+    made->status.owner = (*old)->status.owner;
+    made->status.group = (*old)->status.group;
+    made->content.assign(content.begin(), content.end());
+    return {};
+}
+
 Result<void> FakeFileSystem::createFile(const Path &path, ByteView content, std::uint32_t mode)
 {
     const std::lock_guard lock(m_mutex);

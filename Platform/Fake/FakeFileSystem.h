@@ -62,6 +62,7 @@ public:
     void removeAbandonedPartsOf(const Path &path) override;
     Result<Bytes> readFile(const Path &path, ByteCount limit) const override;
     Result<void> replaceFile(const Path &path, ByteView content, std::uint32_t mode) override;
+    Result<void> replaceFileKeepingOld(const Path &path, ByteView content, const Path &kept) override;
     Result<void> createFile(const Path &path, ByteView content, std::uint32_t mode) override;
     Result<void> createForkedFile(const Path &path, const NewForkedFile &file) override;
     Result<void> removeForkedFile(const Path &path) override;

@@ -34,6 +34,8 @@ Result<Bytes> LinuxFileSystem::readFile(const Path &path, ByteCount limit) const
     return FileCalls::readAll(file->get(), limit, path);
 }
 
+static constexpr ByteCount kLargestCopy = 256u << 20;
+
 /// Gives the new file what users see of the old one's access. A file of another owner becomes the writer's where only
 /// its owner could say otherwise.
 static Result<void> keepAccess(const NewFile &file, const struct stat &old, const Path &path)
@@ -50,34 +52,63 @@ static Result<void> keepAccess(const NewFile &file, const struct stat &old, cons
     return {};
 }
 
+/// What stands at `path`. Errors: NotFound, NotSupported when it is no regular file.
+static Result<struct stat> statusOfRegularFile(const Path &path)
+{
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) != 0)
+        return Failure::fromErrno(errno, "lstat", path);
+    if (!S_ISREG(status.st_mode))
+        return Failure{ErrorCode::NotSupported, 0, path.native() + " is not a regular file"};
+    return status;
+}
+
+/// The whole file, in the making.
+static Result<NewFile> makeWhole(const Path &path, ByteView content, std::uint32_t mode)
+{
+    Result<NewFile> file = NewFile::beside(path, mode);
+    if (const Result<void> written = file ? file->write(content) : Result<void>(); !written)
+        return written.failure();
+    return file;
+}
+
+/// The same, to replace `old`.
+static Result<NewFile> makeInPlaceOf(const struct stat &old, const Path &path, ByteView content)
+{
+    Result<NewFile> file = makeWhole(path, content, 0600);
+    if (const Result<void> kept = file ? keepAccess(*file, old, path) : Result<void>(); !kept)
+        return kept.failure();
+    return file;
+}
+
 Result<void> LinuxFileSystem::replaceFile(const Path &path, ByteView content, std::uint32_t mode)
 {
-    struct stat old = {};
-    const bool isThere = ::lstat(path.c_str(), &old) == 0;
-    if (const int failure = errno; !isThere && failure != ENOENT)
-        return Failure::fromErrno(failure, "lstat", path);
-    if (isThere && !S_ISREG(old.st_mode))
-        return Failure{ErrorCode::NotSupported, 0, path.native() + " is not a regular file"};
-    Result<NewFile> file = NewFile::beside(path, mode);
-    if (!file)
-        return file.failure();
-    if (isThere) {
-        if (Result<void> kept = keepAccess(*file, old, path); !kept)
-            return kept;
-    }
-    if (Result<void> written = file->write(content); !written)
-        return written;
-    return file->replace();
+    const Result<struct stat> old = statusOfRegularFile(path);
+    if (!old && old.failure().code != ErrorCode::NotFound)
+        return old.failure();
+    Result<NewFile> file = old ? makeInPlaceOf(*old, path, content) : makeWhole(path, content, mode);
+    return file ? file->replace() : Result<void>(file.failure());
+}
+
+Result<void> LinuxFileSystem::replaceFileKeepingOld(const Path &path, ByteView content, const Path &kept)
+{
+    const Result<struct stat> old = statusOfRegularFile(path);
+    if (!old)
+        return old.failure();
+    Result<NewFile> file = makeInPlaceOf(*old, path, content);
+    const Result<void> replaced = file ? file->replaceKeepingOld(kept) : Result<void>(file.failure());
+    if (replaced || replaced.failure().code != ErrorCode::NotSupported)
+        return replaced;
+    // The volume cannot exchange them. What is put there after the copy was made is lost.
+    const Result<Bytes> copy = readFile(path, kLargestCopy);
+    const Result<void> copied = copy ? createFile(kept, *copy, old->st_mode & 0777) : Result<void>(copy.failure());
+    return copied ? replaceFile(path, content, 0600) : copied;
 }
 
 Result<void> LinuxFileSystem::createFile(const Path &path, ByteView content, std::uint32_t mode)
 {
-    Result<NewFile> file = NewFile::beside(path, mode);
-    if (!file)
-        return file.failure();
-    if (Result<void> written = file->write(content); !written)
-        return written;
-    return file->appear();
+    Result<NewFile> file = makeWhole(path, content, mode);
+    return file ? file->appear() : Result<void>(file.failure());
 }
 
 Result<void> LinuxFileSystem::makeDirectory(const Path &path, std::uint32_t mode)

@@ -173,6 +173,25 @@ Result<void> NewFile::replace()
     return syncFolder();
 }
 
+/// The new file goes to `kept` first and changes places from there: no file in the making, which the next writer would
+/// take for abandoned, is ever the only one with the old content.
+Result<void> NewFile::replaceKeepingOld(const Path &kept)
+{
+    if (Result<void> synced = sync(); !synced)
+        return synced;
+    const Path name = m_destination.filename(), other = kept.filename();
+    if (Result<void> moved = FileCalls::moveWithoutReplacing(m_folder.get(), m_name, other); !moved)
+        return moved;
+    leaveName();
+    if (::renameat2(m_folder.get(), other.c_str(), m_folder.get(), name.c_str(), RENAME_EXCHANGE) == 0)
+        return syncFolder();
+    const int failure = errno;
+    ::unlinkat(m_folder.get(), other.c_str(), 0);
+    if (failure == EINVAL || failure == ENOSYS)
+        return Failure{ErrorCode::NotSupported, failure, "cannot exchange files: " + m_destination.native()};
+    return Failure::fromErrno(failure, "renameat2", m_destination);
+}
+
 Result<void> NewFile::appear()
 {
     struct stat made = {};

@@ -39,6 +39,10 @@ public:
     /// failure is answered.
     Result<void> replace();
 
+    /// The same, and what stood there until then is at `kept` afterwards, in the same folder. Errors: Exists, NotFound;
+    /// NotSupported when the volume cannot do that, and nothing has changed.
+    Result<void> replaceKeepingOld(const Path &kept);
+
     /// Takes the place only where nothing stands; after a failure nothing of it stands there. Errors: Exists.
     Result<void> appear();
 

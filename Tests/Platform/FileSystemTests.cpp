@@ -116,6 +116,47 @@ TYPED_TEST(FileSystemContract, replaceFile_missingFolder_isNotFound)
     EXPECT_EQ(this->m_files.createFile(this->at("none/file"), {}).failure().code, ErrorCode::NotFound);
 }
 
+TYPED_TEST(FileSystemContract, replaceFileKeepingOld_movesTheOldFileItself)
+{
+    ASSERT_TRUE(this->m_files.createFile(this->at("file"), bytesOf("old"), 0600));
+    const FileIdentity old = this->m_files.status(this->at("file"))->identity;
+    ASSERT_TRUE(this->m_files.replaceFileKeepingOld(this->at("file"), bytesOf("new"), this->at("kept")));
+    EXPECT_EQ(this->contentOf("file"), "new");
+    EXPECT_EQ(this->m_files.status(this->at("file"))->mode, 0600u);
+    EXPECT_EQ(this->contentOf("kept"), "old");
+    EXPECT_EQ(this->m_files.status(this->at("kept"))->identity, old);
+    EXPECT_THAT(this->names(), ElementsAre("file", "kept"));
+}
+
+TYPED_TEST(FileSystemContract, replaceFileKeepingOld_keptNameIsTaken_changesNothing)
+{
+    this->create("file", "old");
+    this->create("kept", "precious");
+    this->m_world.addLink(this->at("dangling"), "none");
+    for (const char *const name : {"kept", "dangling"}) {
+        const Result<void> replaced =
+            this->m_files.replaceFileKeepingOld(this->at("file"), bytesOf("new"), this->at(name));
+        ASSERT_FALSE(replaced) << name;
+        EXPECT_EQ(replaced.failure().code, ErrorCode::Exists) << name;
+    }
+    EXPECT_EQ(this->contentOf("file"), "old");
+    EXPECT_EQ(this->contentOf("kept"), "precious");
+    EXPECT_THAT(this->names(), ElementsAre("dangling", "file", "kept"));
+}
+
+TYPED_TEST(FileSystemContract, replaceFileKeepingOld_nothingOrNoFileThere_isRefused)
+{
+    this->create("file", "precious");
+    this->m_world.addLink(this->at("link"), "file");
+    const auto codeFor = [this](const char *name) {
+        return this->m_files.replaceFileKeepingOld(this->at(name), bytesOf("new"), this->at("kept")).failure().code;
+    };
+    EXPECT_EQ(codeFor("none"), ErrorCode::NotFound);
+    EXPECT_EQ(codeFor("link"), ErrorCode::NotSupported);
+    EXPECT_EQ(this->contentOf("file"), "precious");
+    EXPECT_THAT(this->names(), ElementsAre("file", "link"));
+}
+
 TYPED_TEST(FileSystemContract, createFile_whereSomethingStands_isRefused)
 {
     this->create("file", "precious");

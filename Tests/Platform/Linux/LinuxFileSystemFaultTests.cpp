@@ -16,11 +16,12 @@ class LinuxFileSystemFaultTest : public ::testing::Test
 {
 protected:
     /// Runs `operation` until it meets no failure any more; `check` is called after each run, with whether it was done.
-    void loop(const std::function<Result<void>()> &operation, const std::function<void(bool isDone)> &check)
+    void loop(const std::function<Result<void>()> &operation, const std::function<void(bool isDone)> &check,
+              int error = ENOSPC)
     {
         for (int failing = 0;; ++failing) {
             SCOPED_TRACE("call " + std::to_string(failing) + " fails");
-            FailingCalls::fail(failing, ENOSPC);
+            FailingCalls::fail(failing, error);
             const Result<void> done = operation();
             const int calls = FailingCalls::stop();
             check(bool(done));
@@ -61,6 +62,31 @@ TEST_F(LinuxFileSystemFaultTest, replaceFile_leavesTheOldOrTheNewOne)
         makeOld();
     });
     EXPECT_EQ(done, 2) << "the run without a failure, and the one whose folder was not synced";
+}
+
+TEST_F(LinuxFileSystemFaultTest, replaceFileKeepingOld_neverLosesTheOldFile)
+{
+    const Path kept = m_folder / "kept";
+    const auto makeOld = [&] {
+        std::filesystem::remove(kept);
+        std::ofstream(m_file, std::ios::trunc) << "old";
+    };
+    makeOld();
+    for (const int error : {ENOSPC, EINVAL}) {
+        int done = 0;
+        loop([&] { return m_files.replaceFileKeepingOld(m_file, bytesOf("new"), kept); },
+             [&](bool isDone) {
+                 const bool isReplaced = contentOf(m_file) == "new";
+                 ASSERT_EQ(contentOf(isReplaced ? kept : m_file), "old");
+                 ASSERT_TRUE(isReplaced || !isDone);
+                 ASSERT_EQ(names().size(), isReplaced ? 2u : 1u) << "nothing is left of what failed";
+                 done += isDone;
+                 makeOld();
+             },
+             error);
+        // With EINVAL a volume says that it cannot move without replacing, or not exchange, or not sync a folder.
+        EXPECT_EQ(done, error == EINVAL ? 4 : 1);
+    }
 }
 
 TEST_F(LinuxFileSystemFaultTest, createFile_leavesNothingOrTheWholeFile)
