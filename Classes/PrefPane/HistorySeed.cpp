@@ -1,14 +1,13 @@
 #include "Classes/PrefPane/HistorySeed.h"
 
+#include "Classes/Shared/lockBeside.h"
 #include "Platform/FileSystem.h"
-#include "Platform/ThisProcess.h"
 
 #include <QDateTime>
 
 #include <array>
 #include <chrono>
 #include <memory>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -16,7 +15,6 @@ namespace {
 constexpr std::chrono::milliseconds kWaitToMake{
     80}; // on the pane's main thread, which nothing may hold for a tenth of a second
 constexpr std::chrono::milliseconds kWaitToReplace{2000};
-constexpr std::chrono::milliseconds kPause{5};
 constexpr ByteCount kSeedLimit = 16 * 1024 * 1024;
 
 /// The files that belong to an SQLite file, by what their names have more than its.
@@ -119,20 +117,6 @@ Result<void> plant(const Path &store, const Path &seed, const Companions &strays
     return created;
 }
 
-/// Two that come first at the same time must not take each other's fresh journal for a stray one. The lock file stays
-/// when the lock is let go: to remove it would take it from under whoever has it open already.
-Result<std::unique_ptr<FileLock>> lockBeside(const Path &store, std::chrono::milliseconds longestWait)
-{
-    const Path file = withSuffix(store, ".lock");
-    const auto end = std::chrono::steady_clock::now() + longestWait;
-    for (;;) {
-        Result<std::unique_ptr<FileLock>> lock = ThisProcess::current().lockFile(file);
-        if (lock || lock.failure().code != ErrorCode::Busy || std::chrono::steady_clock::now() >= end)
-            return lock;
-        std::this_thread::sleep_for(kPause);
-    }
-}
-
 /// `busy`: why the lock could not be had, nullptr with it. Its holder may hang. Where nothing lies beside the store
 /// there is nothing to set aside, neither for us nor for whoever has the lock, and the store is made in one step.
 Result<void> makeIfMissing(const Path &store, const Path &seed, const Failure *busy)
@@ -161,6 +145,7 @@ Result<void> makeStore(const Path &store, const Path &seed)
         return isThere.failure();
     if (*isThere)
         return {};
+    // Two that come first at the same time must not take each other's fresh journal for a stray one.
     const Result<std::unique_ptr<FileLock>> lock = lockBeside(store, kWaitToMake);
     if (!lock && lock.failure().code != ErrorCode::Busy)
         return lock.failure();
