@@ -1,6 +1,5 @@
 #include "Classes/PrefPane/ExclusionListFile.h"
 
-#include "Platform/FileSystem.h"
 #include "Platform/PropertyList.h"
 
 #include <ctime>
@@ -55,38 +54,48 @@ Result<std::optional<Path>> ExclusionListFile::write(const std::vector<std::stri
         bytes = list.toBinary(); // XML cannot hold every character that a file name may have
     if (!bytes)
         return bytes.failure();
-    Result<std::optional<Path>> kept = keepOther();
-    if (!kept)
-        return kept;
-    if (const Result<void> written = FileSystem::current().replaceFile(m_path, *bytes); !written)
-        return written.failure();
-    m_known = std::move(*bytes);
+    Result<std::optional<Path>> kept = put(*bytes);
+    if (kept)
+        m_known = std::move(*bytes);
     return kept;
 }
 
-/// A copy and not a new name: until the new file stands there is always one.
-Result<std::optional<Path>> ExclusionListFile::keepOther() const
+/// Looks at what was there once the new file stands: until then somebody might change it.
+Result<std::optional<Path>> ExclusionListFile::put(ByteView content) const
 {
     FileSystem &files = FileSystem::current();
-    const Result<Bytes> bytes = files.readFile(m_path, kLargestList);
-    if (!bytes && bytes.failure().code == ErrorCode::NotFound)
-        return std::optional<Path>();
-    if (!bytes)
-        return bytes.failure();
-    if (*bytes == m_known)
-        return std::optional<Path>();
-    const std::time_t now = std::time(nullptr);
-    std::tm utc = {};
-    char date[32] = {};
-    std::strftime(date, sizeof date, "%Y%m%d-%H%M%S", gmtime_r(&now, &utc));
     for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-        Path kept = m_path;
-        kept += std::string(".replaced-") + date + (attempt == 0 ? "" : "-" + std::to_string(attempt));
-        const Result<void> made = files.createFile(kept, *bytes, 0600);
-        if (made)
-            return std::optional<Path>(kept);
-        if (made.failure().code != ErrorCode::Exists)
-            return made.failure();
+        const Result<FileStatus> old = files.status(m_path);
+        if (!old && old.failure().code != ErrorCode::NotFound)
+            return old.failure();
+        const Path kept = old ? nameForKeeping(*old, attempt) : Path();
+        const Result<void> written =
+            old ? files.replaceFileKeepingOld(m_path, content, kept) : files.createFile(m_path, content);
+        if (written && old && !isKnown(kept))
+            return std::optional(kept);
+        if (written && old)
+            static_cast<void>(files.removeFile(kept)); // where that fails there is one too many
+        if (written)
+            return std::optional<Path>();
+        const bool isGone = old && written.failure().code == ErrorCode::NotFound;
+        if (!isGone && written.failure().code != ErrorCode::Exists)
+            return written.failure();
     }
     return Failure{ErrorCode::Exists, 0, "no free name beside " + m_path.native()};
+}
+
+Path ExclusionListFile::nameForKeeping(const FileStatus &status, int attempt) const
+{
+    const std::time_t changed = std::time_t(status.modified);
+    std::tm utc = {};
+    char date[64] = {};
+    if (::gmtime_r(&changed, &utc)) // a file can bear times that no calendar holds
+        std::strftime(date, sizeof date, "%Y%m%d-%H%M%S", &utc);
+    return m_path.native() + ".replaced-" + date + (attempt == 0 ? "" : "-" + std::to_string(attempt));
+}
+
+bool ExclusionListFile::isKnown(const Path &file) const
+{
+    const Result<Bytes> bytes = FileSystem::current().readFile(file, kLargestList);
+    return bytes && *bytes == m_known;
 }

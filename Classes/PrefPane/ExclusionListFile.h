@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/FileSystem.h"
 #include "Platform/Result.h"
 #include "Platform/Types.h"
 
@@ -8,7 +9,8 @@
 #include <vector>
 
 /// One of the user's two list files: a property-list array of strings. Remembers what it last read or wrote, so that a
-/// file that somebody else has put there is not lost when it is replaced. One thread.
+/// file that somebody else has put there is not lost when it is replaced. Who writes what depends on what was read
+/// holds `lockBeside` from the one to the other. One thread.
 class ExclusionListFile final
 {
 public:
@@ -24,14 +26,16 @@ public:
     /// array in the file, and those of reading.
     Result<std::vector<std::string>> read();
 
-    /// Replaces the file with the strings, whole or not at all. One that is not what was last read or written is first
-    /// copied to a name with the date beside it. Answers that name, or nothing when there was no need. On failure the
-    /// file stands as it was. Errors: those of `FileSystem::replaceFile` and `createFile`; Corrupt for what is not
-    /// UTF-8.
+    /// Replaces the file with the strings, whole or not at all. One that is not what was last read or written, whenever
+    /// it was put there, is kept beside, with the time of its last change in its name. Answers that name, or nothing
+    /// when there was no need. On failure the file stands as it was. Errors: those of
+    /// `FileSystem::replaceFileKeepingOld` and `createFile`; Corrupt for what is not UTF-8.
     Result<std::optional<Path>> write(const std::vector<std::string> &strings);
 
 private:
-    Result<std::optional<Path>> keepOther() const;
+    Result<std::optional<Path>> put(ByteView content) const;
+    Path nameForKeeping(const FileStatus &status, int attempt) const;
+    bool isKnown(const Path &file) const;
 
     Path m_path;
     std::optional<Bytes> m_known; ///< nothing: no file

@@ -7,11 +7,16 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace fs = std::filesystem;
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 namespace {
 
@@ -31,6 +36,11 @@ protected:
             names.push_back(entry.path().filename());
         std::sort(names.begin(), names.end());
         return names;
+    }
+    static void setModified(const Path &file, std::time_t seconds)
+    {
+        const timespec times[] = {{seconds, 0}, {seconds, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
     }
     std::vector<std::string> stored() const { return ExclusionListFile(place).read().valueOr({"unreadable"}); }
 
@@ -105,25 +115,27 @@ TEST_F(ExclusionListFileTest, write_overTheOneThatWasRead_keepsNoOther)
     EXPECT_THAT(names(), ElementsAre("list.plist"));
 }
 
-TEST_F(ExclusionListFileTest, write_overAnotherFile_keepsItBesideWithTheDate)
+TEST_F(ExclusionListFileTest, write_overAnotherFile_keepsItBesideWithItsDate)
 {
     writeFile(place, listText("<string>a</string>"));
     ASSERT_TRUE(file.read());
     const std::string others = listText("<string>of somebody else</string>");
     writeFile(place, others);
+    setModified(place, 1'000'000'000);
     const auto kept = file.write({"b"});
     ASSERT_TRUE(kept);
     ASSERT_TRUE(*kept);
-    EXPECT_THAT((*kept)->filename().native(), StartsWith("list.plist.replaced-2"));
+    EXPECT_EQ((*kept)->filename(), "list.plist.replaced-20010909-014640") << "whenever it is replaced";
     EXPECT_EQ(contentOf(**kept), others);
     EXPECT_THAT(stored(), ElementsAre("b"));
     EXPECT_EQ(*file.write({"c"}), std::nullopt) << "the new one is known";
 }
 
-TEST_F(ExclusionListFileTest, write_twiceWithinASecond_keepsBothOthers)
+TEST_F(ExclusionListFileTest, write_overOthersOfOneTime_keepsThemAll)
 {
     for (const char *text : {"first", "second", "third"}) {
         writeFile(place, text);
+        setModified(place, 1'000'000'000);
         ASSERT_TRUE(file.write({"b"}));
     }
     std::vector<std::string> contents;
@@ -142,6 +154,47 @@ TEST_F(ExclusionListFileTest, write_overWhatCouldNotBeRead_keepsIt)
     writeFile(place, listText("<string>a</string><integer>1</integer>"));
     ASSERT_TRUE(file.read());
     EXPECT_TRUE(*file.write({"b"})) << "the number would be lost";
+}
+
+TEST_F(ExclusionListFileTest, write_overOneThatIsTooLarge_keepsIt)
+{
+    constexpr std::uintmax_t kSize = 65u << 20;
+    writeFile(place, listText("<string>a</string>"));
+    fs::resize_file(place, kSize);
+    EXPECT_EQ(file.read().failure().code, ErrorCode::TooLarge);
+    const auto kept = file.write({"b"});
+    ASSERT_TRUE(kept);
+    ASSERT_TRUE(*kept);
+    EXPECT_EQ(fs::file_size(**kept), kSize);
+    EXPECT_THAT(stored(), ElementsAre("b"));
+}
+
+/// Each of its versions stands there until this side has replaced it: then it must have been kept.
+TEST_F(ExclusionListFileTest, write_whileAnotherProgramPutsItsOwn_losesNoneOfThem)
+{
+    constexpr int kVersions = 40;
+    ASSERT_TRUE(file.write({"a"}));
+    std::atomic<bool> isEnded = false;
+    std::jthread other([&](std::stop_token stop) {
+        for (int version = 0; version < kVersions; ++version) {
+            const std::string text = "version " + std::to_string(version);
+            writeFile(folder / "new", text);
+            fs::rename(folder / "new", place);
+            while (contentOf(place) == text && !stop.stop_requested())
+                std::this_thread::yield();
+        }
+        isEnded = true;
+    });
+    for (int number = 0; !isEnded; ++number)
+        ASSERT_TRUE(file.write({"a", std::to_string(number)}));
+    other.join();
+    std::set<std::string> kept;
+    for (const std::string &name : names()) {
+        if (name != "list.plist")
+            kept.insert(contentOf(folder / name));
+    }
+    EXPECT_EQ(kept.size(), std::size_t(kVersions));
+    EXPECT_EQ(stored().front(), "a");
 }
 
 TEST_F(ExclusionListFileTest, write_whatIsNoText_changesNothing)
@@ -186,16 +239,18 @@ TEST(ExclusionListFileFaults, write_anyCallFails_oldListStandsAndTheOthersFileIs
         ExclusionListFile file("/f/list.plist");
         files.failCall(failing, ErrorCode::NoSpace);
         const bool isWritten = bool(file.write({"new"}));
+        const int calls = files.calls();
         files.failCall(-1, ErrorCode::NoSpace);
         bool isThere = false;
         const auto names = files.entries("/f");
         for (const std::string &name : *names)
             isThere = isThere || stringOf(*files.readFile(Path("/f") / name, 10000)) == old;
         ASSERT_TRUE(isThere) << "lost when call " << failing << " failed";
-        if (isWritten) {
-            EXPECT_GE(failing, 3);
+        ASSERT_EQ(stringOf(*files.readFile("/f/list.plist", 10000)) == old, !isWritten) << failing;
+        if (failing >= calls) {
+            EXPECT_TRUE(isWritten);
+            EXPECT_GE(calls, 3);
             break;
         }
-        ASSERT_EQ(stringOf(*files.readFile("/f/list.plist", 10000)), old);
     }
 }
