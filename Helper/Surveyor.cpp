@@ -72,8 +72,16 @@ Result<SurveyResult> Surveyor::survey(const Path &folder, SurveyedFiles &counted
                       [&](const Path &path) {
                           return exclusions->leavesOutAllBelow(path) || (path != folder && kept->contains(path));
                       });
-    survey.setFoundDamaged([](const Path &file, const std::string &reason) {
-        logLine("Damaged compressed file, not counted: " + file.native() + ": " + reason);
-    });
+    survey.setFoundDamaged([this](const Path &file, const std::string &reason) { logDamaged(file, reason); });
     return survey.run(std::move(stop));
+}
+
+void Surveyor::logDamaged(const Path &file, const std::string &reason) const
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_damaged[file], reason) == reason)
+            return;
+    }
+    logLine("Damaged compressed file, not counted: " + file.native() + ": " + reason);
 }

@@ -4,6 +4,7 @@
 #include "Classes/PrefPane/Exclusions.h"
 #include "Classes/Shared/FolderSurvey.h"
 
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -27,7 +28,8 @@ public:
     /// Folders whose figures are kept: nothing below them counts in a folder around them.
     void setKept(const std::vector<std::string> &folders);
 
-    /// A `FolderSurvey` that logs what is damaged. What is read meanwhile counts from the next on.
+    /// A `FolderSurvey` that logs which files are damaged, each when that or its reason is new. What is read meanwhile
+    /// counts from the next on.
     Result<SurveyResult> survey(const Path &folder, SurveyedFiles &counted, FolderSurvey::Progressed progressed,
                                 std::stop_token stop) const;
 
@@ -40,11 +42,13 @@ private:
     };
 
     static bool read(List &list);
+    void logDamaged(const Path &file, const std::string &reason) const;
     std::shared_ptr<const std::set<Path>> kept() const;
 
     List m_paths;
     List m_extensions;
     mutable std::mutex m_mutex; ///< guards what follows
     std::shared_ptr<const Exclusions> m_exclusions = std::make_shared<const Exclusions>();
+    mutable std::map<Path, std::string> m_damaged; ///< what was logged, with the reason
     std::shared_ptr<const std::set<Path>> m_kept = std::make_shared<const std::set<Path>>();
 };

@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
@@ -72,6 +74,22 @@ TEST_F(SurveyorTest, listsAndRules_areObeyed)
     std::filesystem::remove(paths);
     EXPECT_TRUE(surveyor.readLists());
     EXPECT_EQ(counted(), 2u);
+}
+
+TEST_F(SurveyorTest, damagedFile_isLoggedAgainOnlyForAnotherReason)
+{
+    const auto logged = [] {
+        return std::ranges::count_if(s_log, [](const std::string &line) { return line.starts_with("Damaged"); });
+    };
+    std::filesystem::remove(folder / "._a.one");
+    counted();
+    EXPECT_EQ(logged(), 1);
+    counted();
+    EXPECT_EQ(logged(), 1);
+    writeFile(folder / "._a.one", "garbage");
+    counted();
+    counted();
+    EXPECT_EQ(logged(), 2);
 }
 
 TEST_F(SurveyorTest, listThatCannotBeRead_countsAsItWasAndIsLoggedOnce)
