@@ -37,7 +37,7 @@ private:
     PropertyList m_information;
 };
 
-/// Finds bundles. Main thread.
+/// Finds bundles. `open` and `main` on any thread, the rest on the main thread.
 class Bundles : public Service<Bundles>
 {
 public:

@@ -4,8 +4,8 @@
 #include "Classes/Shared/SharedInstance.h"
 
 /// The rules of this process: the operating system's and the application's own. The user's excluded paths and
-/// extensions are no part of them. Made and loaded on first use, which must be on the main thread, and never again.
-/// Matching and adding as in `ExclusionRuleSet`.
+/// extensions are no part of them. Made and loaded on first use, on whatever thread that is, and never again. Matching
+/// and adding as in `ExclusionRuleSet`.
 class PXExclusionRules final : public ExclusionRuleSet
 {
 public:

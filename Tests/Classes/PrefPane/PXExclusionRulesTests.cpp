@@ -8,7 +8,12 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <atomic>
+#include <thread>
+
 using ::testing::Contains;
+using ::testing::Each;
 using ::testing::IsEmpty;
 
 namespace {
@@ -84,6 +89,25 @@ TEST_F(PXExclusionRulesTest, systemsRules_countBesideTheOwn)
         EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.system"));
         EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
         EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
+    });
+}
+
+TEST_F(PXExclusionRulesTest, firstUse_onManyThreadsAtOnce_makesOneThatIsLoaded)
+{
+    inProcessOfItsOwn([&] {
+        copyOwnRules();
+        std::array<PXExclusionRules *, 8> seen = {};
+        std::atomic<int> excluding = 0;
+        {
+            std::vector<std::jthread> threads;
+            for (PXExclusionRules *&each : seen)
+                threads.emplace_back([&] {
+                    excluding += PXExclusionRules::mustExcludePath("/a.jpg");
+                    each = PXExclusionRules::sharedExclusionRules();
+                });
+        }
+        EXPECT_THAT(seen, Each(PXExclusionRules::sharedExclusionRules()));
+        EXPECT_EQ(excluding, int(seen.size()));
     });
 }
 
