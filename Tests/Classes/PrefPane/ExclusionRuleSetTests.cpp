@@ -319,6 +319,7 @@ TEST_F(ExclusionRuleSetTest, applicationsFile_hundredThousandRealPaths_answersAs
     for (const char *root : {"/usr", "/var", "/etc", "/home", "/opt"})
         (void)FileSystem::current().walk(
             root, visit, [](const Path &, const Failure &) {}, stop.get_token());
+    ASSERT_GE(count, 10000) << "this machine has hardly any files";
     EXPECT_GT(excluded, 0);
     EXPECT_LT(excluded, count);
     RecordProperty("paths", count);
