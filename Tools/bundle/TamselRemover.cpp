@@ -74,7 +74,8 @@ static bool removeRuntimeFiles()
         return false;
     bool done = removeIfThere(*temporary / "TamselHelper.log");
     for (const char *const folder : {"Pellix", "Pellixer", "Tamsel"}) {
-        for (const char *const lock : {"helper.lock", "history.db.lock"})
+        for (const char *const lock :
+             {"helper.lock", "history.db.lock", "excludedPaths.plist.lock", "excludedExtensions.plist.lock"})
             done = removeIfThere(*support / folder / lock) && done;
     }
     return done;

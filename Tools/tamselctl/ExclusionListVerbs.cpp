@@ -1,11 +1,12 @@
 #include "Tools/tamselctl/Verbs.h"
 
+#include "Classes/PrefPane/ExclusionFault.h"
 #include "Classes/PrefPane/ExclusionListFile.h"
+#include "Classes/Shared/lockBeside.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ApplicationName.h"
 #include "Platform/Bundle.h"
 #include "Platform/DistributedNotificationCenter.h"
-#include "Platform/Utf8.h"
 #include "Tools/tamselctl/Invocation.h"
 #include "Tools/tamselctl/RunningPrograms.h"
 #include "Tools/tamselctl/waitUntil.h"
@@ -25,12 +26,24 @@ struct ListKind
     const char *defaults;
     const char *notification;
     std::optional<Path> (*file)();
+    std::string (*faultOf)(const std::string &entry);
 };
 
-constexpr ListKind kPaths = {"exclusions paths ", "path", "defaultExcludedPaths", "com.dovrane.pellix.excludedPaths",
-                             PXUtil::pathToExclusionPathsFile};
-constexpr ListKind kExtensions = {"exclusions extensions ", "extension", "defaultExcludedExtensions",
-                                  "com.dovrane.pellix.excludedExtensions", PXUtil::pathToExclusionExtensionsFile};
+constexpr ListKind kPaths = {"exclusions paths ",
+                             "path",
+                             "defaultExcludedPaths",
+                             "com.dovrane.pellix.excludedPaths",
+                             PXUtil::pathToExclusionPathsFile,
+                             ExclusionFault::ofPath};
+constexpr ListKind kExtensions = {"exclusions extensions ",
+                                  "extension",
+                                  "defaultExcludedExtensions",
+                                  "com.dovrane.pellix.excludedExtensions",
+                                  PXUtil::pathToExclusionExtensionsFile,
+                                  ExclusionFault::ofExtension};
+
+/// As many of these as a script starts at once write one after the other.
+constexpr std::chrono::seconds kWaitForOthers{20};
 
 } // namespace
 
@@ -66,12 +79,17 @@ static ExitCode listEntries(const Invocation &invocation, const ListKind &kind, 
     return ExitCode::Done;
 }
 
-static ExitCode changeFile(const Invocation &invocation, const ListKind &kind, ExclusionListFile &file, bool isAdding,
-                           const Strings &changes)
+/// Answers whether the list is another one now.
+static Result<bool> changeFile(const Invocation &invocation, ExclusionListFile &file, bool isAdding,
+                               const Strings &changes)
 {
+    // Where nothing can be locked, what is overwritten is kept beside all the same.
+    const auto lock = lockBeside(file.path(), kWaitForOthers);
+    if (!lock && lock.failure().code == ErrorCode::Busy)
+        return lock.failure();
     Result<Strings> strings = readList(file);
     if (!strings)
-        return invocation.fail(strings.failure());
+        return strings.failure();
     const Strings before = *strings;
     if (!isAdding)
         std::erase_if(*strings, [&](const std::string &string) { return contains(changes, string); });
@@ -80,15 +98,26 @@ static ExitCode changeFile(const Invocation &invocation, const ListKind &kind, E
             strings->push_back(change);
     }
     if (*strings == before)
-        return ExitCode::Done;
+        return false;
     const auto written = file.write(*strings);
     if (!written)
-        return invocation.fail(written.failure());
+        return written.failure();
     if (*written)
         invocation.note("another program had changed the list; its version was kept as " + (*written)->native());
-    auto &center = DistributedNotificationCenter::current();
-    center.post(kind.notification);
-    flush(center);
+    return true;
+}
+
+static ExitCode changeWithoutPanel(const Invocation &invocation, const ListKind &kind, ExclusionListFile &file,
+                                   bool isAdding, const Strings &changes)
+{
+    const Result<bool> isChanged = changeFile(invocation, file, isAdding, changes);
+    if (!isChanged)
+        return invocation.fail(isChanged.failure());
+    if (*isChanged) {
+        auto &center = DistributedNotificationCenter::current();
+        center.post(kind.notification);
+        flush(center);
+    }
     return ExitCode::Done;
 }
 
@@ -114,19 +143,10 @@ static ExitCode askPanel(const Invocation &invocation, const ListKind &kind, Exc
     return ExitCode::Done;
 }
 
-/// What is wrong with an entry; empty when nothing is.
-static std::string faultOf(const std::string &entry, bool isPath)
+static void dropEndingSlashes(std::string &path)
 {
-    if (!isUtf8(entry) || entry.find('\0') != std::string::npos)
-        return "only UTF-8 can be stored: " + entry;
-    if (isPath && entry == "/")
-        return "the root folder cannot be excluded";
-    if (isPath)
-        return entry.starts_with('/') ? std::string() : "no absolute path: " + entry;
-    const bool isPlain = std::ranges::all_of(entry, [](unsigned char character) {
-        return std::isalnum(character) || std::string_view("._-+").find(char(character)) != std::string_view::npos;
-    });
-    return isPlain && !entry.empty() && !entry.starts_with('.') ? std::string() : "no extension: " + entry;
+    while (path.size() > 1 && path.ends_with('/'))
+        path.pop_back();
 }
 
 static ExitCode change(const Invocation &invocation, const ListKind &kind, ExclusionListFile &file, bool isAdding)
@@ -134,14 +154,15 @@ static ExitCode change(const Invocation &invocation, const ListKind &kind, Exclu
     Strings changes(invocation.operands.begin() + 1, invocation.operands.end());
     if (changes.empty())
         return invocation.refuse("something is missing");
+    const Strings known = isAdding ? Strings() : readList(file).valueOr({});
     for (std::string &entry : changes) {
-        while (&kind == &kPaths && isAdding && entry.size() > 1 && entry.ends_with('/'))
-            entry.pop_back();
-        if (const std::string fault = isAdding ? faultOf(entry, &kind == &kPaths) : std::string(); !fault.empty())
+        if (&kind == &kPaths && !contains(known, entry))
+            dropEndingSlashes(entry); // a shell puts one behind the name of a folder
+        if (const std::string fault = isAdding ? kind.faultOf(entry) : std::string(); !fault.empty())
             return invocation.refuse(fault);
     }
     return RunningPrograms::find().isHostRunning ? askPanel(invocation, kind, file, isAdding, changes)
-                                                 : changeFile(invocation, kind, file, isAdding, changes);
+                                                 : changeWithoutPanel(invocation, kind, file, isAdding, changes);
 }
 
 static ExitCode run(const Invocation &invocation, const ListKind &kind)

@@ -168,10 +168,11 @@ static constexpr Verb kVerbs[] = {
      {},
      "Show or change the list of folders and files that are left alone",
      "\"list\" prints the absolute paths in the order in which they were added, \"add\" adds those that are not there "
-     "yet, \"remove\" removes those that are. \"/\" cannot be excluded. What is so already is no failure.\n\n"
+     "yet, \"remove\" removes those that are. A slash at the end of a path does not count. \"/\" cannot be excluded. "
+     "What is so already is no failure.\n\n"
      "A panel that runs is asked to make the change, one entry after the other. Where none runs, excludedPaths.plist "
-     "is "
-     "written and \"com.dovrane.pellix.excludedPaths\" is posted. A user who has no list yet gets the one that comes "
+     "is written and \"com.dovrane.pellix.excludedPaths\" is posted. A user who has no list yet gets the one that "
+     "comes "
      "with Tamsel first.",
      changeExcludedPaths},
     {"exclusions extensions",

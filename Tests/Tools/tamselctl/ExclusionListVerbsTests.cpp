@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <set>
+#include <sstream>
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -24,6 +26,25 @@ protected:
     {
         words.insert(words.begin(), {"exclusions", list});
         return tamselctl(words);
+    }
+    static void addManyAtOnce()
+    {
+        std::vector<std::unique_ptr<RunningTamselctl>> running;
+        std::set<std::string> added;
+        for (int number = 0; number < 20; ++number) {
+            const std::string path = "/many/" + std::to_string(number);
+            added.insert(path);
+            running.push_back(
+                std::make_unique<RunningTamselctl>(std::vector<std::string>{"exclusions", "paths", "add", path}));
+        }
+        for (const auto &each : running) {
+            const Ended ended = each->waitForEnd();
+            EXPECT_EQ(ended.exitCode, 0) << ended.err;
+        }
+        std::istringstream lines(paths({"list"}).out);
+        for (std::string line; std::getline(lines, line);)
+            added.erase(line);
+        EXPECT_THAT(added, IsEmpty());
     }
     void storePaths(const std::string &elements)
     {
@@ -91,6 +112,21 @@ TEST_F(ExclusionListVerbs, addAndRemove_changeTheFile)
     EXPECT_THAT(extensions({"list"}).out, HasSubstr("\nxyz\nXYZ\n"));
 }
 
+TEST_F(ExclusionListVerbs, slashAtTheEnd_countsOnlyForAnEntryThatHasIt)
+{
+    storePaths("<string>/a</string><string>/b/</string><string>/b</string>");
+    EXPECT_EQ(paths({"remove", "/a/", "/b/"}).exitCode, 0);
+    EXPECT_EQ(paths({"list"}).out, "/b\n");
+}
+
+TEST_F(ExclusionListVerbs, manyAtOnce_allChangeTheList)
+{
+    storePaths("");
+    addManyAtOnce();
+    for (const auto &entry : std::filesystem::directory_iterator(support))
+        EXPECT_THAT(entry.path().native(), ::testing::Not(HasSubstr("replaced"))) << "each waited for the others";
+}
+
 TEST_F(ExclusionListVerbs, whatIsSoAlready_leavesTheFileAlone)
 {
     storePaths("<!-- mine --><string>/a</string>");
@@ -134,9 +170,10 @@ TEST_F(ExclusionListVerbs, wrongUse_isRefusedAndChangesNothing)
                                                                                        {"add", "/"},
                                                                                        {"add", "//"},
                                                                                        {"add", "/\xFF"},
+                                                                                       {"add", ""},
                                                                                        {"list", "x"}})
         EXPECT_EQ(paths(words).exitCode, 2) << ::testing::PrintToString(words);
-    for (const char *word : {".jpg", "a/b", "a b", "", "*"})
+    for (const char *word : {".jpg", "a/b", "a/", "a b", "", "*", "\xC3\xA4"})
         EXPECT_EQ(extensions({"add", word}).exitCode, 2) << word;
     EXPECT_THAT(tamselctl({"exclusions", "--help"}).out, HasSubstr("tamselctl exclusions paths list | add PATH"));
 }
@@ -153,6 +190,7 @@ TEST_F(ExclusionListVerbsOfPanel, change_isMadeByThePanel)
     EXPECT_EQ(paths({"list"}).out, "/b c\n/e\n");
     EXPECT_EQ(extensions({"add", "xyz"}).exitCode, 0);
     EXPECT_THAT(extensions({"list"}).out, HasSubstr("xyz\n"));
+    addManyAtOnce();
     for (const auto &entry : std::filesystem::directory_iterator(support))
         EXPECT_THAT(entry.path().native(), ::testing::Not(HasSubstr("replaced"))) << "nobody else wrote";
 }
