@@ -69,12 +69,18 @@ std::vector<int> DVTableView::selectedRowIndexes() const
 
 void DVTableView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() != Qt::Key_Backspace && event->key() != Qt::Key_Delete)
+    const bool isDelete = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
+    if (!isDelete || state() == EditingState) // what the field editor leaves is not for the rows
         return QTableView::keyPressEvent(event);
     event->accept();
     const std::vector<int> rows = selectedRowIndexes();
     if (!rows.empty() && m_delegate && m_delegate->tableviewRemoveSelectedRowIndexes(*this, rows))
         return;
+    beep();
+}
+
+void DVTableView::beep()
+{
     QApplication::beep();
     Q_EMIT beeped();
 }

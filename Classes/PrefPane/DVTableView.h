@@ -65,11 +65,14 @@ public:
     /// Takes over what is being typed, as a click elsewhere would.
     void endEditing();
 
+    /// Tells the user that what was asked for could not be done.
+    void beep();
+
     /// Trims from the ends of what the editor holds whatever may not stand there. Between others it stays.
     void textDidChange(QLineEdit *editor);
 
 Q_SIGNALS:
-    /// A delete key had nothing to do.
+    /// A delete key, or whoever asked for it, had nothing to do.
     void beeped();
 
 protected:

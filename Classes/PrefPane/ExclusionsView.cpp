@@ -1,5 +1,6 @@
 #include "Classes/PrefPane/ExclusionsView.h"
 
+#include "Classes/PrefPane/DVTableView.h"
 #include "Classes/PrefPane/ExclusionListPanel.h"
 #include "Classes/PrefPane/ExclusionPasteboard.h"
 #include "Classes/PrefPane/NoteLabel.h"
@@ -52,11 +53,14 @@ void ExclusionsView::follow(PXExclusionsController *controller, WatchedFolders w
     m_controller = controller;
     controller->setParent(this);
     m_watchedFolders = std::move(watchedFolders);
+    m_folders = m_watchedFolders();
     controller->setPathsTableView(m_paths.panel->tableView());
     controller->setExtensionsTableView(m_extensions.panel->tableView());
     controller->awakeFromNib();
-    m_paths.panel->follow(controller->exclusionsPathsArrayController());
-    m_extensions.panel->follow(controller->exclusionsExtensionsArrayController());
+    m_paths.arranged = controller->exclusionsPathsArrayController();
+    m_extensions.arranged = controller->exclusionsExtensionsArrayController();
+    m_paths.panel->follow(m_paths.arranged);
+    m_extensions.panel->follow(m_extensions.arranged);
     connectPaths();
     connectExtensions();
     connectCounting(m_paths, true);
@@ -68,15 +72,24 @@ static QString otherFileKept(const QString &name)
     return ExclusionsView::tr("Another program had changed this list. Its version was kept as %1.").arg(name);
 }
 
+static QString notStorable(const QString &text)
+{
+    return ExclusionsView::tr("%1 was not added: the name is not in UTF-8, and the list holds no other.").arg(text);
+}
+
 void ExclusionsView::connectPaths()
 {
     const ExclusionListPanel *const panel = m_paths.panel;
     connect(panel, &ExclusionListPanel::addWanted, m_controller, &PXExclusionsController::addPaths);
     connect(panel, &ExclusionListPanel::removeWanted, m_controller, &PXExclusionsController::removePaths);
-    connect(panel, &ExclusionListPanel::pasted, m_controller,
-            [this](const QMimeData *content) { m_controller->addNewPaths(ExclusionPasteboard::pathsIn(*content)); });
+    connect(panel, &ExclusionListPanel::pasted, m_controller, [this](const QMimeData *content) {
+        if (!m_controller->addNewPaths(ExclusionPasteboard::pathsIn(*content)))
+            m_paths.panel->tableView()->beep();
+    });
     connect(m_controller, &PXExclusionsController::otherPathsFileKept, this,
             [this](const QString &name) { m_paths.panel->setNotice(otherFileKept(name)); });
+    connect(m_controller, &PXExclusionsController::pathNotStorable, this,
+            [this](const QString &path) { m_paths.panel->setNotice(notStorable(path)); });
 }
 
 void ExclusionsView::connectExtensions()
@@ -85,29 +98,22 @@ void ExclusionsView::connectExtensions()
     connect(panel, &ExclusionListPanel::addWanted, m_controller, &PXExclusionsController::addExtensions);
     connect(panel, &ExclusionListPanel::removeWanted, m_controller, &PXExclusionsController::removeExtensions);
     connect(panel, &ExclusionListPanel::pasted, m_controller, [this](const QMimeData *content) {
-        m_controller->addNewExtensions(ExclusionPasteboard::extensionsIn(*content));
+        if (!m_controller->addNewExtensions(ExclusionPasteboard::extensionsIn(*content)))
+            m_extensions.panel->tableView()->beep();
     });
     connect(m_controller, &PXExclusionsController::otherExtensionsFileKept, this,
             [this](const QString &name) { m_extensions.panel->setNotice(otherFileKept(name)); });
+    connect(m_controller, &PXExclusionsController::extensionNotStorable, this,
+            [this](const QString &extension) { m_extensions.panel->setNotice(notStorable(extension)); });
 }
 
 void ExclusionsView::connectCounting(Side &side, bool isOfPaths)
 {
-    ExclusionsArrayController *const arranged = isOfPaths ? m_controller->exclusionsPathsArrayController()
-                                                          : m_controller->exclusionsExtensionsArrayController();
     side.delay.setSingleShot(true);
     side.delay.setInterval(kCountingDelayMs);
-    const auto changed = [this, &side, arranged] {
-        side.counter.stop();
-        const bool isAny = !arranged->selectedObjects().empty() && !m_watchedFolders().empty();
-        side.panel->setCount(isAny ? tr("Counting files…") : QString());
-        if (isAny)
-            side.delay.start();
-        else
-            side.delay.stop();
-    };
-    connect(arranged->selectionModel(), &QItemSelectionModel::selectionChanged, this, changed);
-    connect(arranged, &QAbstractItemModel::modelReset, this, changed);
+    const auto changed = [this, &side] { countSoon(side); };
+    connect(side.arranged->selectionModel(), &QItemSelectionModel::selectionChanged, this, changed);
+    connect(side.arranged, &QAbstractItemModel::modelReset, this, changed);
     connect(&side.delay, &QTimer::timeout, this, [this, &side, isOfPaths] { startCounting(side, isOfPaths); });
     connect(&side.counter, &ExclusionCounter::counted, this, [&side](quint64 files) {
         side.panel->setCount(
@@ -116,13 +122,32 @@ void ExclusionsView::connectCounting(Side &side, bool isOfPaths)
     });
 }
 
+void ExclusionsView::watchedFoldersChanged()
+{
+    std::vector<std::string> folders = m_watchedFolders();
+    if (folders == m_folders)
+        return;
+    m_folders = std::move(folders);
+    countSoon(m_paths);
+    countSoon(m_extensions);
+}
+
+void ExclusionsView::countSoon(Side &side)
+{
+    side.counter.stop();
+    const bool isAny = !side.arranged->selectedObjects().empty() && !m_folders.empty();
+    side.panel->setCount(isAny ? tr("Counting files…") : QString());
+    if (isAny)
+        side.delay.start();
+    else
+        side.delay.stop();
+}
+
 void ExclusionsView::startCounting(Side &side, bool isOfPaths)
 {
     ExclusionCounter::Question question;
-    question.folders = m_watchedFolders();
-    const ExclusionsArrayController *const arranged = isOfPaths ? m_controller->exclusionsPathsArrayController()
-                                                                : m_controller->exclusionsExtensionsArrayController();
-    for (const ExclusionEntry &entry : arranged->selectedObjects())
+    question.folders = m_folders;
+    for (const ExclusionEntry &entry : side.arranged->selectedObjects())
         (isOfPaths ? question.paths : question.extensions).push_back(entry->toStdString());
     side.counter.count(std::move(question));
 }

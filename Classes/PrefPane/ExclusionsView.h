@@ -11,6 +11,7 @@
 #include <vector>
 
 class ExclusionListPanel;
+class ExclusionsArrayController;
 class PXExclusionsController;
 
 /// The page of the exclusions: both lists side by side. Says under each list how many files of the watched folders the
@@ -28,11 +29,15 @@ public:
     /// Shows the lists of `controller`, which it takes over, and gives it its tables.
     void follow(PXExclusionsController *controller, WatchedFolders watchedFolders);
 
+    /// To be called whenever there may be others. Counts anew where there are.
+    void watchedFoldersChanged();
+
 private:
     /// One list with what counts for it.
     struct Side
     {
         ExclusionListPanel *panel = nullptr;
+        ExclusionsArrayController *arranged = nullptr;
         ExclusionCounter counter;
         QTimer delay; ///< a selection that is still moving is not counted
     };
@@ -40,10 +45,12 @@ private:
     void connectPaths();
     void connectExtensions();
     void connectCounting(Side &side, bool isOfPaths);
+    void countSoon(Side &side);
     void startCounting(Side &side, bool isOfPaths);
 
     QPointer<PXExclusionsController> m_controller;
     WatchedFolders m_watchedFolders;
+    std::vector<std::string> m_folders; ///< what it said last
     Side m_paths;
     Side m_extensions;
 };

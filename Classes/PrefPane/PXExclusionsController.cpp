@@ -1,9 +1,10 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 
-#include "Classes/PrefPane/OpenPanel.h"
+#include "Classes/PrefPane/ExclusionFault.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/Shared/AlertSheet.h"
 #include "Classes/Shared/Log.h"
+#include "Classes/Shared/lockBeside.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/Bundle.h"
 #include "Platform/DistributedNotificationCenter.h"
@@ -12,27 +13,14 @@
 #include <QFile>
 
 #include <algorithm>
+#include <chrono>
 
-static constexpr const char *kAllowedInExtensions =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-+";
-
-static void showAlert(const char *message, const char *informativeText)
-{
-    AlertSheet::alertWithMessageText(message, "OK", {}, {}, informativeText)
-        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
-}
+static constexpr std::chrono::milliseconds kWaitForOthers{
+    80}; // on the main thread, which nothing may hold for a tenth of a second
 
 static bool contains(const ExclusionEntries &entries, const QString &text)
 {
     return std::any_of(entries.begin(), entries.end(), [&](const ExclusionEntry &entry) { return *entry == text; });
-}
-
-static QStringList textsOf(const ExclusionEntries &entries)
-{
-    QStringList texts;
-    for (const ExclusionEntry &entry : entries)
-        texts.append(*entry);
-    return texts;
 }
 
 PXExclusionsController::PXExclusionsController(QObject *parent)
@@ -41,21 +29,25 @@ PXExclusionsController::PXExclusionsController(QObject *parent)
               {},
               new ExclusionsArrayController(ExclusionsArrayController::Editing::None, this),
               {},
+              &PXExclusionsController::pathToExclusionPathsFile,
               "com.dovrane.pellix.excludedPaths",
               "Tamsel was unable to store the excluded paths.",
               &PXExclusionsController::exclusionsPathsArrayChanged,
-              &PXExclusionsController::otherPathsFileKept}
+              &PXExclusionsController::otherPathsFileKept,
+              &PXExclusionsController::pathNotStorable}
     , m_extensions{{},
                    {},
                    new ExclusionsArrayController(ExclusionsArrayController::Editing::InPlace, this),
                    {},
+                   &PXExclusionsController::pathToExclusionExtensionsFile,
                    "com.dovrane.pellix.excludedExtensions",
                    "Tamsel was unable to store the excluded extensions.",
                    &PXExclusionsController::exclusionsExtensionsArrayChanged,
-                   &PXExclusionsController::otherExtensionsFileKept}
+                   &PXExclusionsController::otherExtensionsFileKept,
+                   &PXExclusionsController::extensionNotStorable}
 {
-    load(m_paths, pathToExclusionPathsFile(), "defaultExcludedPaths");
-    load(m_extensions, pathToExclusionExtensionsFile(), "defaultExcludedExtensions");
+    load(m_paths, "defaultExcludedPaths");
+    load(m_extensions, "defaultExcludedExtensions");
 }
 
 PXExclusionsController::~PXExclusionsController()
@@ -76,12 +68,21 @@ std::optional<Path> PXExclusionsController::pathToExclusionExtensionsFile() cons
     return PXUtil::pathToExclusionExtensionsFile();
 }
 
-/// The defaults are for a user who has no list yet; one that cannot be read counts as empty and stays where it is.
-void PXExclusionsController::load(List &list, const std::optional<Path> &path, const char *defaults)
+/// Nothing while there is no folder for it; one may be made later.
+ExclusionListFile *PXExclusionsController::fileOf(List &list)
 {
-    if (!path)
+    if (!list.file) {
+        if (const std::optional<Path> path = (this->*list.path)())
+            list.file.emplace(*path);
+    }
+    return list.file ? &*list.file : nullptr;
+}
+
+/// The defaults are for a user who has no list yet; one that cannot be read counts as empty and stays where it is.
+void PXExclusionsController::load(List &list, const char *defaults)
+{
+    if (!fileOf(list))
         return;
-    list.file.emplace(*path);
     const std::optional<Bundle> pane = Bundles::current().withIdentifier(PXHistoryController::kPaneIdentifier);
     const std::optional<Path> resource = pane ? pane->resource(defaults, "plist") : std::nullopt;
     if (const auto made = resource ? list.file->makeFrom(*resource) : Result<void>(); !made)
@@ -99,7 +100,7 @@ void PXExclusionsController::awakeFromNib()
 {
     prepare(m_paths);
     prepare(m_extensions);
-    m_extensions.tableView->setValidationCharacterSet(QString::fromLatin1(kAllowedInExtensions));
+    m_extensions.tableView->setValidationCharacterSet(QString::fromLatin1(ExclusionFault::kAllowedInExtensions));
 }
 
 void PXExclusionsController::prepare(List &list)
@@ -118,14 +119,13 @@ void PXExclusionsController::prepare(List &list)
 
 bool PXExclusionsController::save(List &list)
 {
-    std::vector<std::string> strings;
-    for (const ExclusionEntry &entry : list.entries)
-        strings.push_back(entry->toStdString());
-    const auto kept = list.file ? list.file->write(strings)
-                                : Result<std::optional<Path>>(Failure{ErrorCode::NotFound, 0, "no folder"});
+    std::erase_if(list.entries, [](const ExclusionEntry &entry) { return entry->isEmpty(); });
+    const Result<std::optional<Path>> kept = write(list);
     if (!kept) {
         logLine(std::string(list.saveAlert) + " " + kept.failure().context);
-        showAlert("Issue", list.saveAlert);
+        list.arrayController->setContent(list.entries); // the list keeps the change, and shows it
+        AlertSheet::alertWithMessageText("Issue", "OK", {}, {}, list.saveAlert)
+            .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
         return false;
     }
     announce(list);
@@ -135,55 +135,63 @@ bool PXExclusionsController::save(List &list)
     return true;
 }
 
+Result<std::optional<Path>> PXExclusionsController::write(List &list)
+{
+    ExclusionListFile *const file = fileOf(list);
+    if (!file)
+        return Failure{ErrorCode::NotFound, 0, "no folder"};
+    std::vector<std::string> strings;
+    for (const ExclusionEntry &entry : list.entries)
+        strings.push_back(entry->toStdString());
+    // Who has the lock may hang. Without it too, what somebody else has written is kept beside.
+    const auto lock = lockBeside(file->path(), kWaitForOthers);
+    return file->write(strings);
+}
+
 void PXExclusionsController::announce(List &list)
 {
     list.arrayController->setContent(list.entries);
     Q_EMIT(this->*list.changed)();
 }
 
-void PXExclusionsController::addPaths()
-{
-    auto *const panel = new OpenPanel(OpenPanel::Choose::FilesAndFolders);
-    panel->setWindowTitle(tr("Leave alone"));
-    HostApplication::current().beginSheet(panel, HostApplication::current().mainWindow(),
-                                          [self = QPointer(this), panel = QPointer(panel)](int result) {
-                                              if (self && panel && result == 1)
-                                                  self->addNewPaths(panel->chosenPaths());
-                                              if (panel)
-                                                  panel->deleteLater();
-                                          });
-}
-
-void PXExclusionsController::addNewPaths(const QStringList &paths)
+bool PXExclusionsController::addNewPaths(const QStringList &paths)
 {
     QStringList added;
     for (const QString &path : paths) {
         if (path != QLatin1String("/") && !contains(m_paths.entries, path))
             added.append(path);
     }
-    append(m_paths, added);
+    return append(m_paths, added);
 }
 
-void PXExclusionsController::addNewExtensions(const QStringList &extensions)
+bool PXExclusionsController::addNewExtensions(const QStringList &extensions)
 {
     QStringList added;
     for (const QString &extension : extensions) {
         if (!contains(m_extensions.entries, extension) && !added.contains(extension))
             added.append(extension);
     }
-    append(m_extensions, added);
+    return append(m_extensions, added);
 }
 
-void PXExclusionsController::append(List &list, const QStringList &texts)
+/// A name that is no UTF-8 comes with replacement characters, under which there is no file.
+bool PXExclusionsController::append(List &list, QStringList texts)
 {
+    texts.removeIf([&](const QString &text) {
+        const bool isNoText = text.contains(QChar::ReplacementCharacter) && !QFile::exists(text);
+        if (isNoText)
+            Q_EMIT(this->*list.notStorable)(text);
+        return isNoText;
+    });
     if (texts.isEmpty())
-        return;
+        return false;
     if (list.tableView)
         list.tableView->endEditing();
     list.arrayController->setFilter({});
     for (const QString &text : texts)
         list.entries.push_back(std::make_shared<QString>(text));
     save(list);
+    return true;
 }
 
 void PXExclusionsController::removeExisting(List &list, const QStringList &texts)
@@ -198,57 +206,31 @@ void PXExclusionsController::removeExisting(List &list, const QStringList &texts
         list.tableView->clearSelection();
 }
 
-void PXExclusionsController::removePaths()
-{
-    if (const ExclusionEntries selected = m_paths.arrayController->selectedObjects(); !selected.empty())
-        removeExistingPaths(textsOf(selected));
-}
-
-void PXExclusionsController::removeExtensions()
-{
-    if (const ExclusionEntries selected = m_extensions.arrayController->selectedObjects(); !selected.empty())
-        removeExistingExtensions(textsOf(selected));
-}
-
-void PXExclusionsController::addExtensions()
-{
-    if (m_extensions.tableView)
-        m_extensions.tableView->endEditing();
-    if (contains(m_extensions.entries, QLatin1String(kPlaceholder)))
-        return showAlert("Duplicated Extension", "Please rename the default extension before adding new ones.");
-    m_extensions.arrayController->setFilter({});
-    const ExclusionEntry entry = std::make_shared<QString>(QLatin1String(kPlaceholder));
-    m_extensions.entries.push_back(entry);
-    save(m_extensions);
-    m_extensions.arrayController->setSelectedObjects({entry});
-    beginEditing(entry);
-}
-
-void PXExclusionsController::beginEditing(const ExclusionEntry &entry)
-{
-    const int row = m_extensions.arrayController->rowOf(entry);
-    if (row < 0 || !m_extensions.tableView)
-        return;
-    const QModelIndex place = m_extensions.arrayController->index(row, 0);
-    m_extensions.tableView->scrollTo(place);
-    m_extensions.tableView->edit(place);
-}
-
 bool PXExclusionsController::handleRequest(const std::string &request)
 {
-    using Action = void (PXExclusionsController::*)(const QStringList &);
-    static constexpr std::pair<const char *, Action> kActions[] = {
-        {"exclusions paths add ", &PXExclusionsController::addNewPaths},
-        {"exclusions paths remove ", &PXExclusionsController::removeExistingPaths},
-        {"exclusions extensions add ", &PXExclusionsController::addNewExtensions},
-        {"exclusions extensions remove ", &PXExclusionsController::removeExistingExtensions},
+    using Texts = const QStringList &;
+    struct Kind
+    {
+        std::string words;
+        std::string (*faultOf)(const std::string &text); ///< nullptr: everything will do
+        void (*perform)(PXExclusionsController &, Texts);
     };
-    for (const auto &[words, action] : kActions) {
-        if (!request.starts_with(words))
+    static const Kind kKinds[] = {
+        {"exclusions paths add ", ExclusionFault::ofPath, [](auto &lists, Texts texts) { lists.addNewPaths(texts); }},
+        {"exclusions paths remove ", nullptr, [](auto &lists, Texts texts) { lists.removeExistingPaths(texts); }},
+        {"exclusions extensions add ", ExclusionFault::ofExtension,
+         [](auto &lists, Texts texts) { lists.addNewExtensions(texts); }},
+        {"exclusions extensions remove ", nullptr,
+         [](auto &lists, Texts texts) { lists.removeExistingExtensions(texts); }},
+    };
+    for (const Kind &kind : kKinds) {
+        if (!request.starts_with(kind.words))
             continue;
-        const std::string text = request.substr(std::string(words).size());
-        if (!text.empty())
-            (this->*action)({QString::fromStdString(text)});
+        const std::string text = request.substr(kind.words.size());
+        if (const std::string fault = kind.faultOf ? kind.faultOf(text) : std::string(); !fault.empty())
+            logLine("Not excluded: " + fault);
+        else if (!text.empty())
+            kind.perform(*this, {QString::fromStdString(text)});
         return true;
     }
     return false;

@@ -40,15 +40,15 @@ public:
     std::optional<Path> pathToExclusionPathsFile() const;
     std::optional<Path> pathToExclusionExtensionsFile() const;
 
-    /// Writes the list and tells the helper; or tells the user that it could not be stored and answers false.
+    /// Writes the list, without blank entries, and tells the helper; else tells the user, and answers false.
     bool saveExclusionPaths() { return save(m_paths); }
     bool saveExclusionExtensions() { return save(m_extensions); }
 
-    /// Adds those that are not in the list yet. "/" can never be excluded. One that comes twice is added twice.
-    void addNewPaths(const QStringList &paths);
+    /// Adds those that are not in the list yet, twice what comes twice, but never "/". Answers whether there were any.
+    bool addNewPaths(const QStringList &paths);
 
-    /// Adds those that are not in the list yet, each once. Case counts.
-    void addNewExtensions(const QStringList &extensions);
+    /// Adds those that are not in the list yet, each once, and answers whether there were any. Case counts.
+    bool addNewExtensions(const QStringList &extensions);
 
     /// Removes every entry that equals one of these.
     void removeExistingPaths(const QStringList &paths) { removeExisting(m_paths, paths); }
@@ -57,8 +57,8 @@ public:
     /// The extensions of the files that have one, in their order.
     static QStringList extensionsFor(const QStringList &paths);
 
-    /// "exclusions paths add TEXT", "exclusions extensions remove TEXT" and the like, from the command line. Answers
-    /// whether it was such a request.
+    /// "exclusions paths add TEXT", "exclusions extensions remove TEXT" and the like, from the command line; what
+    /// cannot be an entry is not added. Answers whether it was such a request.
     bool handleRequest(const std::string &request);
 
     bool tableviewRemoveSelectedRowIndexes(DVTableView &table, const std::vector<int> &rows) override;
@@ -84,25 +84,34 @@ Q_SIGNALS:
     void otherPathsFileKept(const QString &name);
     void otherExtensionsFileKept(const QString &name);
 
+    /// Was not added, because the name of the file is no text.
+    void pathNotStorable(const QString &path);
+    void extensionNotStorable(const QString &extension);
+
 private:
     struct List
     {
-        std::optional<ExclusionListFile> file; ///< nothing without a folder for the user's files
+        std::optional<ExclusionListFile> file; ///< nothing until there is a folder for the user's files
         ExclusionEntries entries;
         QPointer<ExclusionsArrayController> arrayController;
         QPointer<DVTableView> tableView;
+        std::optional<Path> (PXExclusionsController::*path)() const;
         const char *notification;
         const char *saveAlert;
         void (PXExclusionsController::*changed)();
         void (PXExclusionsController::*otherKept)(const QString &);
+        void (PXExclusionsController::*notStorable)(const QString &);
     };
 
-    void load(List &list, const std::optional<Path> &path, const char *defaults);
+    ExclusionListFile *fileOf(List &list);
+    void load(List &list, const char *defaults);
     void prepare(List &list);
     bool save(List &list);
+    Result<std::optional<Path>> write(List &list);
     void announce(List &list);
-    void append(List &list, const QStringList &texts);
+    bool append(List &list, QStringList texts);
     void removeExisting(List &list, const QStringList &texts);
+    void removeSelected(List &list);
     void beginEditing(const ExclusionEntry &entry);
     bool removeIfDuplicate(const ExclusionEntry &entry);
 

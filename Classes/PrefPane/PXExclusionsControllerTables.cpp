@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/PXExclusionsController.h"
 
 #include "Classes/PrefPane/FilePasteboard.h"
+#include "Classes/PrefPane/OpenPanel.h"
 #include "Classes/Shared/AlertSheet.h"
 #include "Platform/HostApplication.h"
 
@@ -8,7 +9,78 @@
 
 #include <algorithm>
 
-// What the two tables ask their delegate.
+// What the user does with the two tables, and what these ask their delegate.
+
+static QStringList textsOf(const ExclusionEntries &entries)
+{
+    QStringList texts;
+    for (const ExclusionEntry &entry : entries)
+        texts.append(*entry);
+    return texts;
+}
+
+static void showDuplicatedExtension(const char *informativeText)
+{
+    AlertSheet::alertWithMessageText("Duplicated Extension", "OK", {}, {}, informativeText)
+        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+}
+
+void PXExclusionsController::addPaths()
+{
+    auto *const panel = new OpenPanel(OpenPanel::Choose::FilesAndFolders);
+    panel->setWindowTitle(tr("Leave alone"));
+    HostApplication::current().beginSheet(panel, HostApplication::current().mainWindow(),
+                                          [self = QPointer(this), panel = QPointer(panel)](int result) {
+                                              if (self && panel && result == 1)
+                                                  self->addNewPaths(panel->chosenPaths());
+                                              if (panel)
+                                                  panel->deleteLater();
+                                          });
+}
+
+void PXExclusionsController::removeSelected(List &list)
+{
+    if (list.tableView)
+        list.tableView->endEditing(); // which may rename what is selected
+    if (const ExclusionEntries selected = list.arrayController->selectedObjects(); !selected.empty())
+        removeExisting(list, textsOf(selected));
+}
+
+void PXExclusionsController::removePaths()
+{
+    removeSelected(m_paths);
+}
+
+void PXExclusionsController::removeExtensions()
+{
+    removeSelected(m_extensions);
+}
+
+void PXExclusionsController::addExtensions()
+{
+    if (m_extensions.tableView)
+        m_extensions.tableView->endEditing();
+    m_extensions.arrayController->setFilter({});
+    const bool isThere = std::any_of(m_extensions.entries.begin(), m_extensions.entries.end(),
+                                     [](const ExclusionEntry &entry) { return *entry == QLatin1String(kPlaceholder); });
+    if (isThere)
+        return showDuplicatedExtension("Please rename the default extension before adding new ones.");
+    const ExclusionEntry entry = std::make_shared<QString>(QLatin1String(kPlaceholder));
+    m_extensions.entries.push_back(entry);
+    save(m_extensions);
+    m_extensions.arrayController->setSelectedObjects({entry});
+    beginEditing(entry);
+}
+
+void PXExclusionsController::beginEditing(const ExclusionEntry &entry)
+{
+    const int row = m_extensions.arrayController->rowOf(entry);
+    if (row < 0 || !m_extensions.tableView)
+        return;
+    const QModelIndex place = m_extensions.arrayController->index(row, 0);
+    m_extensions.tableView->scrollTo(place);
+    m_extensions.tableView->edit(place);
+}
 
 bool PXExclusionsController::tableviewRemoveSelectedRowIndexes(DVTableView &table, const std::vector<int> &)
 {
@@ -55,10 +127,7 @@ bool PXExclusionsController::removeIfDuplicate(const ExclusionEntry &entry)
         others.begin(), others.end(), [&](const ExclusionEntry &other) { return other != entry && *other == *entry; });
     if (!isDuplicate)
         return false;
-    AlertSheet::alertWithMessageText(
-        "Duplicated Extension", "OK", {}, {},
-        "There was another excluded extension with the same name, Tamsel removed the duplicate.")
-        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+    showDuplicatedExtension("There was another excluded extension with the same name, Tamsel removed the duplicate.");
     std::erase(m_extensions.entries, entry);
     announce(m_extensions);
     return true;

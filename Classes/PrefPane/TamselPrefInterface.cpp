@@ -42,7 +42,8 @@ void TamselPref::connectHistory()
 void TamselPref::connectExclusions()
 {
     m_exclusions = new PXExclusionsController;
-    m_view->ui().exclusionsTab->follow(m_exclusions, [] {
+    ExclusionsView *const view = m_view->ui().exclusionsTab;
+    view->follow(m_exclusions, [] {
         std::vector<std::string> folders;
         for (const HistoryEntry &entry : PXHistoryController::sharedHistoryController()->historyArray()) {
             if (entry.enabled.value_or(false))
@@ -50,6 +51,8 @@ void TamselPref::connectExclusions()
         }
         return folders;
     });
+    connect(PXHistoryController::sharedHistoryController(), &PXHistoryController::historyArrayChanged, view,
+            &ExclusionsView::watchedFoldersChanged);
 }
 
 void TamselPref::connectUncompressor()

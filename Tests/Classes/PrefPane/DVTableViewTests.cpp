@@ -118,6 +118,15 @@ TEST_F(DVTableViewTest, backspaceWhileEditing_isTheEditors)
     EXPECT_THAT(delegate.removed, IsEmpty());
 }
 
+TEST_F(DVTableViewTest, deleteKeyThatTheEditorLeaves_removesNoRow)
+{
+    edit(1);
+    QTest::keyClick(&table, Qt::Key_Delete, Qt::AltModifier);
+    QTest::keyClick(&table, Qt::Key_Backspace);
+    EXPECT_THAT(delegate.removed, IsEmpty());
+    EXPECT_NE(table.viewport()->findChild<QLineEdit *>(), nullptr);
+}
+
 TEST_F(DVTableViewTest, noSet_takesEveryCharacter)
 {
     EXPECT_EQ(typed(edit(0), "*a b*"), "*a b*");

@@ -8,7 +8,9 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QMimeData>
+#include <QSignalSpy>
 #include <QToolButton>
+#include <QUrl>
 
 namespace fs = std::filesystem;
 
@@ -90,6 +92,38 @@ TEST_F(ExclusionsViewTest, paste_ofExtensions_addsThem)
     EXPECT_THAT(storedExtensions(), ElementsAre("png", "jpg", "PNG"));
 }
 
+TEST_F(ExclusionsViewTest, paste_thatAddsNothing_beeps)
+{
+    storeExtensions({"png"});
+    storePaths({"/a"});
+    show();
+    for (DVTableView *const table : {paths, extensions}) {
+        QSignalSpy beeps(table, &DVTableView::beeped);
+        for (const char *text : {"", "?!", table == paths ? "/a" : "png"}) {
+            copy(text);
+            QTest::keyClick(table, Qt::Key_V, Qt::ControlModifier);
+        }
+        EXPECT_EQ(beeps.size(), 3);
+        copy(table == paths ? "/b" : "b");
+        QTest::keyClick(table, Qt::Key_V, Qt::ControlModifier);
+        EXPECT_EQ(beeps.size(), 3);
+    }
+}
+
+TEST_F(ExclusionsViewTest, nameThatIsNoText_isToldOfUnderItsTable)
+{
+    show();
+    auto *const data = new QMimeData;
+    data->setUrls({QUrl::fromEncoded("file:///a%FF.%FF")});
+    QApplication::clipboard()->setMimeData(data);
+    QTest::keyClick(paths, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(text("pathsNotice"),
+              "/a\xEF\xBF\xBD.\xEF\xBF\xBD was not added: the name is not in UTF-8, and the list holds no other.");
+    EXPECT_TRUE(find<QLabel>("extensionsNotice")->isHidden());
+    QTest::keyClick(extensions, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_THAT(text("extensionsNotice"), StartsWith("\xEF\xBF\xBD was not added"));
+}
+
 TEST_F(ExclusionsViewTest, filter_showsWhatContainsItAndEscapeClearsIt)
 {
     storeExtensions({"jpg", "JPEG", "png"});
@@ -143,6 +177,24 @@ TEST_F(ExclusionsViewTest, selection_isCountedInTheWatchedFolders)
     paths->selectRow(0);
     EXPECT_TRUE(says("pathsCount", "Leaves out 1 file of the watched folders.")) << text("pathsCount");
     extensions->clearSelection();
+    EXPECT_EQ(text("extensionsCount"), "");
+}
+
+TEST_F(ExclusionsViewTest, otherWatchedFolders_areCountedAnew)
+{
+    const fs::path folder = PrivateHome::current().makeFolder("watched-later");
+    writeFile(folder / "a.jpg", "x");
+    storeExtensions({"jpg"});
+    show();
+    extensions->selectRow(0);
+    EXPECT_EQ(text("extensionsCount"), "");
+    watched = {folder};
+    view->watchedFoldersChanged();
+    EXPECT_TRUE(waitFor([&] { return text("extensionsCount").starts_with("Leaves out 1 file"); }, 60000));
+    view->watchedFoldersChanged();
+    EXPECT_THAT(text("extensionsCount"), StartsWith("Leaves out 1 file")) << "they are the same";
+    watched.clear();
+    view->watchedFoldersChanged();
     EXPECT_EQ(text("extensionsCount"), "");
 }
 

@@ -1,7 +1,9 @@
 #include "Tests/Classes/PrefPane/ExclusionsFixture.h"
+#include "Tests/Support/OwnProcess.h"
 #include "Tests/Support/PrivateMounts.h"
 
 #include "Classes/PrefPane/OpenPanel.h"
+#include "Classes/Shared/lockBeside.h"
 
 #include <QDir>
 #include <QListView>
@@ -128,6 +130,21 @@ TEST_F(PXExclusionsControllerTest, fileWithoutAnArray_isEmptyAndStays)
     EXPECT_EQ(contentOf(extensionsFile), "<plist version=\"1.0\"><dict/></plist>");
 }
 
+TEST_F(PXExclusionsControllerTest, fileThatIsTooLarge_isEmptyAndStaysUntilItIsKeptBeside)
+{
+    constexpr std::uintmax_t kSize = 65u << 20;
+    storeExtensions({"a"});
+    fs::resize_file(extensionsFile, kSize);
+    load();
+    EXPECT_THAT(rows(extensions), IsEmpty());
+    EXPECT_EQ(fs::file_size(extensionsFile), kSize);
+    QSignalSpy kept(controller.get(), &PXExclusionsController::otherExtensionsFileKept);
+    controller->addNewExtensions({QStringLiteral("b")});
+    EXPECT_THAT(storedExtensions(), ElementsAre("b"));
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(fs::file_size(support / kept[0][0].toString().toStdString()), kSize);
+}
+
 TEST_F(PXExclusionsControllerTest, noDefaultsAndNoFiles_startEmptyAndTheFirstSaveMakesTheFile)
 {
     load();
@@ -147,25 +164,57 @@ TEST_F(PXExclusionsControllerTest, tables_areSortedWithoutCaseAndTheFileKeepsIts
     EXPECT_THAT(extensions->selectedRowIndexes(), IsEmpty());
 }
 
+TEST_F(PXExclusionsControllerTest, folderThatCannotBeMadeAtFirst_isMadeByALaterSave)
+{
+    inProcessOfItsOwn([&] {
+        const fs::path inTheWay = PrivateHome::current().home() / ".local";
+        fs::remove_all(inTheWay);
+        writeFile(inTheWay, "a file");
+        load();
+        EXPECT_TRUE(controller->addNewPaths({QStringLiteral("/a")}));
+        EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded paths.|OK");
+        fs::remove(inTheWay);
+        controller->addNewPaths({QStringLiteral("/b")});
+        EXPECT_EQ(takeAlert(), "");
+        EXPECT_THAT(storedPaths(), ElementsAre("/a", "/b"));
+    });
+}
+
 // Adding and removing
 
 TEST_F(PXExclusionsControllerTest, addNewPaths_leavesOutKnownOnesAndTheRoot)
 {
     storePaths({"/known"});
     load();
-    QSignalSpy changes(controller.get(), &PXExclusionsController::exclusionsPathsArrayChanged);
-    controller->addNewPaths(
-        {QStringLiteral("/new"), QStringLiteral("/known"), QStringLiteral("/"), QStringLiteral("/new")});
+    EXPECT_TRUE(controller->addNewPaths(
+        {QStringLiteral("/new"), QStringLiteral("/known"), QStringLiteral("/"), QStringLiteral("/new")}));
     EXPECT_THAT(storedPaths(), ElementsAre("/known", "/new", "/new")) << "one that comes twice is added twice";
     EXPECT_THAT(takePosts(), ElementsAre(kPathsChanged));
-    EXPECT_EQ(changes.size(), 1);
+}
+
+TEST_F(PXExclusionsControllerTest, save_writesThenAnnouncesThenPostsNoMoreThanTheName)
+{
+    load();
+    std::vector<std::string> storedAtFirst;
+    std::size_t changes = 0;
+    QObject::connect(controller.get(), &PXExclusionsController::exclusionsPathsArrayChanged, &window, [&] {
+        ++changes;
+        storedAtFirst = storedPaths();
+        EXPECT_THAT(center.posts(), IsEmpty());
+    });
+    controller->addNewPaths({QStringLiteral("/a")});
+    EXPECT_EQ(changes, 1u);
+    EXPECT_THAT(storedAtFirst, ElementsAre("/a"));
+    ASSERT_EQ(center.posts().size(), 1u);
+    EXPECT_EQ(center.posts().front().name, kPathsChanged);
+    EXPECT_THAT(center.posts().front().userInfo, IsEmpty());
 }
 
 TEST_F(PXExclusionsControllerTest, addNewPaths_nothingNew_savesNothing)
 {
     load();
-    controller->addNewPaths({QStringLiteral("/")});
-    controller->addNewPaths({});
+    EXPECT_FALSE(controller->addNewPaths({QStringLiteral("/")}));
+    EXPECT_FALSE(controller->addNewPaths({}));
     EXPECT_FALSE(fs::exists(pathsFile));
     EXPECT_THAT(takePosts(), IsEmpty());
 }
@@ -213,6 +262,28 @@ TEST_F(PXExclusionsControllerTest, addExtensions_addsThePlaceholderAndEditsIt)
     EXPECT_THAT(rows(extensions), ElementsAre("a", "jpg", "z"));
     EXPECT_THAT(extensions->selectedRowIndexes(), ElementsAre(1)) << "the selection went with the entry";
     EXPECT_THAT(takePosts(), ElementsAre(kExtensionsChanged, kExtensionsChanged));
+}
+
+TEST_F(PXExclusionsControllerTest, remove_whileARowIsEdited_removesItUnderItsNewName)
+{
+    storeExtensions({"a", "z"});
+    load();
+    edit("a");
+    QTest::keyClicks(editor(), QStringLiteral("b"));
+    controller->removeExtensions();
+    settle();
+    EXPECT_THAT(rows(extensions), ElementsAre("z"));
+    EXPECT_THAT(storedExtensions(), ElementsAre("z"));
+}
+
+TEST_F(PXExclusionsControllerTest, addExtensions_placeholderHiddenByTheFilter_showsIt)
+{
+    storeExtensions({"x", "please_rename_me"});
+    load();
+    controller->exclusionsExtensionsArrayController()->setFilter(QStringLiteral("x"));
+    controller->addExtensions();
+    EXPECT_EQ(takeAlert(), kRenameFirst);
+    EXPECT_THAT(rows(extensions), ElementsAre("please_rename_me", "x"));
 }
 
 TEST_F(PXExclusionsControllerTest, addExtensions_twiceWithoutRenaming_isRefused)
@@ -266,6 +337,30 @@ TEST_F(PXExclusionsControllerTest, edit_thatLeavesNothing_beginsAgainAndSavesNot
     type(QStringLiteral("b"));
     EXPECT_THAT(storedExtensions(), ElementsAre("b"));
     EXPECT_THAT(takePosts(), ElementsAre(kExtensionsChanged));
+}
+
+TEST_F(PXExclusionsControllerTest, edit_thatLeavesNothing_isNotStoredByWhatComesNext)
+{
+    storeExtensions({"a", "z"});
+    load();
+    edit("a");
+    type(QStringLiteral("..."));
+    EXPECT_TRUE(drop(extensions, {"/x.jpg"}));
+    EXPECT_THAT(storedExtensions(), ElementsAre("z", "jpg"));
+    EXPECT_THAT(rows(extensions), ElementsAre("jpg", "z"));
+    settle(); // the field editor goes
+    edit("z");
+    type(QStringLiteral("..."));
+    controller->addExtensions();
+    settle();
+    type(QStringLiteral("y"));
+    EXPECT_THAT(storedExtensions(), ElementsAre("jpg", "y"));
+    edit("y");
+    type(QStringLiteral("..."));
+    type(QString(), Qt::Key_Escape);
+    controller->addNewExtensions({QStringLiteral("x")});
+    EXPECT_THAT(storedExtensions(), ElementsAre("jpg", "x"));
+    EXPECT_THAT(rows(extensions), ElementsAre("jpg", "x"));
 }
 
 TEST_F(PXExclusionsControllerTest, edit_intoAnother_removesTheEditedAndSavesNothingYet)
@@ -372,11 +467,30 @@ TEST_F(PXExclusionsControllerTest, drop_ofTheRoot_isTakenAndAddsNothing)
     EXPECT_THAT(takePosts(), IsEmpty());
 }
 
+TEST_F(PXExclusionsControllerTest, drop_ofANameThatIsNoText_isNotAddedAndSaidSo)
+{
+    const fs::path folder = PrivateHome::current().makeFolder("names");
+    writeFile(folder / "\xEF\xBF\xBD", "a name that is the replacement character itself");
+    const QByteArray place = QByteArray::fromStdString("file://" + folder.native());
+    load();
+    QSignalSpy refusedPaths(controller.get(), &PXExclusionsController::pathNotStorable);
+    QSignalSpy refusedExtensions(controller.get(), &PXExclusionsController::extensionNotStorable);
+    QMimeData data;
+    data.setUrls({QUrl::fromEncoded(place + "/%FF.%FE"), QUrl::fromEncoded(place + "/%EF%BF%BD")});
+    EXPECT_TRUE(controller->tableViewAcceptDrop(*paths, data, nullptr));
+    EXPECT_TRUE(controller->tableViewAcceptDrop(*extensions, data, nullptr));
+    EXPECT_THAT(storedPaths(), ElementsAre(folder / "\xEF\xBF\xBD"));
+    EXPECT_FALSE(fs::exists(extensionsFile));
+    EXPECT_EQ(refusedPaths.size(), 1);
+    EXPECT_EQ(refusedExtensions.size(), 1);
+}
+
 TEST_F(PXExclusionsControllerTest, drop_onTheExtensions_addsThoseOfTheFilesOnce)
 {
     load();
     EXPECT_TRUE(drop(extensions, {"/x/a.JPG", "/x/b.JPG", "/x/folder", "/x/.hidden", "/x/c.tar.gz"}));
     EXPECT_THAT(storedExtensions(), ElementsAre("JPG", "gz"));
+    EXPECT_THAT(host.activations(), ElementsAre(true));
 }
 
 TEST_F(PXExclusionsControllerTest, drop_ofAFolderWithoutExtension_addsNothing)
@@ -487,6 +601,34 @@ TEST_F(PXExclusionsControllerTest, save_foldersPermissionTakenAway_tellsTheUserA
     EXPECT_THAT(storedPaths(), ElementsAre("/old", "/new"));
 }
 
+TEST_F(PXExclusionsControllerTest, save_thatFails_showsTheListAsItIs)
+{
+    storeExtensions({"a", "b"});
+    load();
+    fs::remove(extensionsFile);
+    fs::create_directory(extensionsFile);
+    select(extensions, {"a"});
+    controller->removeExtensions();
+    EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded extensions.|OK");
+    EXPECT_THAT(rows(extensions), ElementsAre("b"));
+    controller->addExtensions();
+    EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded extensions.|OK");
+    EXPECT_THAT(rows(extensions), ElementsAre("b", "please_rename_me"));
+    fs::remove(extensionsFile);
+    type(QStringLiteral("c"));
+    EXPECT_THAT(storedExtensions(), ElementsAre("b", "c"));
+}
+
+TEST_F(PXExclusionsControllerTest, save_whileAnotherProgramHasTheLock_isNotHeldUp)
+{
+    load();
+    const auto lock = lockBeside(pathsFile, {});
+    ASSERT_TRUE(lock);
+    controller->addNewPaths({QStringLiteral("/a")});
+    EXPECT_THAT(storedPaths(), ElementsAre("/a"));
+    EXPECT_FALSE(fs::exists(extensionsFile));
+}
+
 TEST_F(PXExclusionsControllerTest, save_toAFullDisk_tellsTheUserAndTheOldListStands)
 {
     if (::geteuid() != 0)
@@ -528,6 +670,9 @@ TEST_F(PXExclusionsControllerTest, requests_changeTheListTheyName)
     EXPECT_TRUE(controller->handleRequest("exclusions extensions add png"));
     EXPECT_TRUE(controller->handleRequest("exclusions extensions remove jpg"));
     EXPECT_TRUE(controller->handleRequest("exclusions extensions add "));
+    for (const char *wrong : {"paths add relative", "paths add /", "paths add /\xFF", "extensions add a/b",
+                              "extensions add .jpg", "extensions add a b"})
+        EXPECT_TRUE(controller->handleRequest(std::string("exclusions ") + wrong)) << wrong;
     EXPECT_THAT(storedPaths(), ElementsAre("/c d"));
     EXPECT_THAT(storedExtensions(), ElementsAre("png"));
     for (const char *other : {"on", "off", "", "exclusions", "exclusions paths", "exclusions paths drop /a"})

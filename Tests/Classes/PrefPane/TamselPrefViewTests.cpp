@@ -9,6 +9,7 @@
 #include "Classes/PrefPane/PaneColors.h"
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Tests/Classes/PrefPane/PaneFixture.h"
+#include "Tests/Support/FileContent.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
@@ -216,6 +217,21 @@ TEST_F(TamselPrefViewTest, tabs_standInOrder)
     for (int i = 0; i < pane().tabView()->count(); ++i)
         titles.push_back(pane().tabView()->tabText(i).toStdString());
     EXPECT_THAT(titles, ElementsAre("History", "Exclusions", "Uncompress", "General"));
+}
+
+TEST_F(TamselPrefViewTest, exclusions_areCountedInTheFoldersThatAreWatchedByThen)
+{
+    const fs::path folder = PrivateHome::current().makeFolder("counted");
+    writeFile(folder / "a.jpg", "x");
+    fs::create_directories(supportFolder());
+    writeFile(supportFolder() / "excludedExtensions.plist",
+              "<plist version=\"1.0\"><array><string>jpg</string></array></plist>");
+    show();
+    find<QTableView>("extensionsTableView").selectRow(0);
+    EXPECT_EQ(text("extensionsCount"), "");
+    record(folder, 100, 0);
+    hear("pellixSavingsChanged");
+    EXPECT_TRUE(waitFor([&] { return text("extensionsCount").starts_with("Leaves out 1 file "); }, 60000));
 }
 
 TEST_F(TamselPrefViewTest, checkBoxes_changeTheSettingsAndFollowThem)
