@@ -19,10 +19,6 @@ static constexpr int kRowHeight = 24;
 ExclusionListPanel::ExclusionListPanel(const QString &name, const Words &words, QWidget *parent)
     : QWidget(parent)
 {
-    auto *const heading = new QLabel(words.heading, this);
-    QFont bold = heading->font();
-    bold.setBold(true);
-    heading->setFont(bold);
     m_filter = new QLineEdit(this);
     m_filter->setObjectName(name + QStringLiteral("Filter"));
     m_filter->setPlaceholderText(tr("Filter"));
@@ -40,7 +36,22 @@ ExclusionListPanel::ExclusionListPanel(const QString &name, const Words &words, 
     m_notice = new NoteLabel(this);
     m_notice->setObjectName(name + QStringLiteral("Notice"));
     showLines();
+    arrange(words.heading);
 
+    connect(m_filter, &QLineEdit::textChanged, this, [this](const QString &text) {
+        if (m_arranged)
+            m_arranged->setFilter(text);
+    });
+    connect(m_add, &QAbstractButton::clicked, this, &ExclusionListPanel::addWanted);
+    connect(m_remove, &QAbstractButton::clicked, this, &ExclusionListPanel::removeWanted);
+}
+
+void ExclusionListPanel::arrange(const QString &headingText)
+{
+    auto *const heading = new QLabel(headingText, this);
+    QFont bold = heading->font();
+    bold.setBold(true);
+    heading->setFont(bold);
     auto *const top = new QHBoxLayout;
     top->addWidget(heading, 1);
     top->addWidget(m_filter, 1);
@@ -58,13 +69,6 @@ ExclusionListPanel::ExclusionListPanel(const QString &name, const Words &words, 
     column->addLayout(bottom);
     column->addWidget(m_count);
     column->addWidget(m_notice);
-
-    connect(m_filter, &QLineEdit::textChanged, this, [this](const QString &text) {
-        if (m_arranged)
-            m_arranged->setFilter(text);
-    });
-    connect(m_add, &QAbstractButton::clicked, this, &ExclusionListPanel::addWanted);
-    connect(m_remove, &QAbstractButton::clicked, this, &ExclusionListPanel::removeWanted);
 }
 
 void ExclusionListPanel::setUpTable(const QString &name, const Words &words)

@@ -52,6 +52,7 @@ protected:
 
 private:
     QToolButton *makeButton(const QString &name, const QString &text, const QString &tip);
+    void arrange(const QString &headingText);
     void setUpTable(const QString &name, const Words &words);
     void showLines();
     void showState();

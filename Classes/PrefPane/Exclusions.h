@@ -29,9 +29,8 @@ public:
     /// Whether the path is one of the excluded or lies below one. Names are compared as bytes.
     bool leavesOutByPath(const std::string &path) const;
 
-    /// Whether the name at the end of the path has one of the extensions. "tar.gz" is one of "a.tar.gz", and so is
-    /// "gz";
-    /// ".gz" has none. Case counts.
+    /// Whether the name at the end of the path has one of the extensions. "a.tar.gz" has both "tar.gz" and "gz", ".gz"
+    /// has none. Case counts.
     bool leavesOutByExtension(const std::string &path) const;
 
 private:
