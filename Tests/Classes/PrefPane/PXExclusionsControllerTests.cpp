@@ -1,5 +1,4 @@
 #include "Tests/Classes/PrefPane/ExclusionsFixture.h"
-#include "Tests/Support/OwnProcess.h"
 #include "Tests/Support/PrivateMounts.h"
 
 #include "Classes/PrefPane/OpenPanel.h"
@@ -164,20 +163,19 @@ TEST_F(PXExclusionsControllerTest, tables_areSortedWithoutCaseAndTheFileKeepsIts
     EXPECT_THAT(extensions->selectedRowIndexes(), IsEmpty());
 }
 
+/// The folder is remembered for the life of the process, and each test runs in its own.
 TEST_F(PXExclusionsControllerTest, folderThatCannotBeMadeAtFirst_isMadeByALaterSave)
 {
-    inProcessOfItsOwn([&] {
-        const fs::path inTheWay = PrivateHome::current().home() / ".local";
-        fs::remove_all(inTheWay);
-        writeFile(inTheWay, "a file");
-        load();
-        EXPECT_TRUE(controller->addNewPaths({QStringLiteral("/a")}));
-        EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded paths.|OK");
-        fs::remove(inTheWay);
-        controller->addNewPaths({QStringLiteral("/b")});
-        EXPECT_EQ(takeAlert(), "");
-        EXPECT_THAT(storedPaths(), ElementsAre("/a", "/b"));
-    });
+    const fs::path inTheWay = PrivateHome::current().home() / ".local";
+    fs::remove_all(inTheWay);
+    writeFile(inTheWay, "a file");
+    load();
+    EXPECT_TRUE(controller->addNewPaths({QStringLiteral("/a")}));
+    EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded paths.|OK");
+    fs::remove(inTheWay);
+    controller->addNewPaths({QStringLiteral("/b")});
+    EXPECT_EQ(takeAlert(), "");
+    EXPECT_THAT(storedPaths(), ElementsAre("/a", "/b"));
 }
 
 // Adding and removing
