@@ -80,6 +80,13 @@ protected:
             return Verdict::Dropped;
         return request.warned.empty() ? Verdict::Accepted : Verdict::Warned;
     }
+    /// What the volume of a folder says, which must be everything.
+    static DVVolumeInfo infoOf(const fs::path &folder)
+    {
+        DVVolumeInfo info;
+        EXPECT_TRUE(DVVolume::volumeInfoForPath(folder, info)) << folder;
+        return info;
+    }
     void expectImage(const char *format)
     {
         if (!mounts.mountImage(format, point))
@@ -132,6 +139,16 @@ TEST(AddFoldersVerdict, foldersOfOtherVolumes_areThoseWhereTheSystemMountsThem)
         EXPECT_EQ(AddFoldersRequest::verdictOn(folder, true, boot, kHome), Verdict::Accepted) << folder;
 }
 
+TEST(AddFoldersVerdict, homeIsComparedLetterByLetter_aNameThatGoesOnCountsAsInIt)
+{
+    DVVolumeInfo image;
+    image.isWritable = image.isRemovable = image.isEjectable = true;
+    for (const char *folder : {"/home/ann", "/home/ann/", "/home/ann/a", "/home/annette", "/home/annette/a"})
+        EXPECT_EQ(AddFoldersRequest::verdictOn(folder, true, image, kHome), Verdict::Accepted) << folder;
+    for (const char *folder : {"/home/an", "/home/Ann", "/home/bob/home/ann", "home/ann"})
+        EXPECT_EQ(AddFoldersRequest::verdictOn(folder, true, image, kHome), Verdict::Dropped) << folder;
+}
+
 TEST(AddFoldersVerdict, noHome_nothingLiesInIt)
 {
     DVVolumeInfo image;
@@ -164,6 +181,15 @@ TEST_F(AddFoldersRequestTest, queryThatFails_doesNotSpeakForTheVolumeBefore)
     EXPECT_THAT(request.warned, ElementsAre("/gone"));
 }
 
+TEST_F(AddFoldersRequestTest, bootVolumeThatIsReadOnly_isWarnedAbout)
+{
+    EXPECT_THAT(AddFoldersRequest::classify({"/srv/b"}).warned, IsEmpty());
+    volumes.volumes.front().isWritable = false;
+    const auto request = AddFoldersRequest::classify({"/srv/b"});
+    EXPECT_THAT(request.warned, ElementsAre("/srv/b"));
+    EXPECT_THAT(request.accepted, ElementsAre("/srv/b"));
+}
+
 TEST_F(AddFoldersRequestTest, onlyWritingUnknown_removableOnesAreDropped)
 {
     // Number, attributes and type are asked for first; whether it is writable comes last.
@@ -190,6 +216,8 @@ TEST_F(AddFoldersFromRealVolumes, memoryVolume_isWarnedAbout)
 {
     if (!mounts.mountMemory(point))
         GTEST_SKIP() << kNoMounts;
+    const DVVolumeInfo info = infoOf(point);
+    EXPECT_TRUE(info.isWritable && info.isInternal && !info.isHFSPlus && !info.isRemovable);
     EXPECT_EQ(verdict(point), Verdict::Warned);
 }
 
@@ -198,6 +226,8 @@ TEST_F(AddFoldersFromRealVolumes, readOnlyMount_isWarnedAbout)
     const fs::path origin = PrivateHome::current().makeFolder("origin");
     if (!mounts.mountMemory(origin) || !mounts.bind(origin, point) || !mounts.makeReadOnly(point))
         GTEST_SKIP() << kNoMounts;
+    EXPECT_TRUE(infoOf(origin).isWritable);
+    EXPECT_FALSE(infoOf(point).isWritable);
     EXPECT_EQ(verdict(point), Verdict::Warned);
 }
 
@@ -208,6 +238,8 @@ TEST_F(AddFoldersFromRealVolumes, volumeThatAProgramServes_isWarnedAbout)
         GTEST_SKIP() << "this machine lets no program of a test serve a volume";
     ASSERT_TRUE(fs::is_directory(point));
     EXPECT_EQ(DVVolume::fileSystemTypeForPath(point), "fuse");
+    const DVVolumeInfo info = infoOf(point);
+    EXPECT_FALSE(info.isInternal || info.isExternal || info.isHFSPlus || info.isRemovable);
     EXPECT_EQ(verdict(point), Verdict::Warned);
 }
 
