@@ -59,7 +59,7 @@ void HelperApplication::start()
     observe();
     ApplicationName &name = ApplicationName::current();
     name.setActivationHandler([this](const auto &) {
-        logLine("Started again while running");
+        logLine("Asked whether it runs");
         readSettings();
     });
     name.claim(kIdentifier, [this](ApplicationName::Claim claim) {

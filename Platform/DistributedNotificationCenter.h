@@ -25,7 +25,10 @@ public:
     using Handler = std::function<void(const Notification &)>;
     using ObserverId = int;
 
-    /// Posts with no object. Lost when nobody listens or there is no bus.
+    /// In bytes: the name, keys and texts, and eight more for each element of an array.
+    static constexpr std::size_t kLargestPost = 1 << 20;
+
+    /// Posts with no object. Lost when nobody listens or there is no bus, or when it is larger than `kLargestPost`.
     virtual void post(const std::string &name, const UserInfo &userInfo = {}) = 0;
 
     /// Calls `handler` on the main thread for each notification of that name from any sender, this process included.

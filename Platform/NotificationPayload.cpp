@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 
-static constexpr std::size_t kMaximumSize = 1 << 20;
-
 static bool isText(const std::string &text)
 {
     return text.find('\0') == std::string::npos && isUtf8(text);
@@ -62,7 +60,7 @@ std::optional<Notification> broadcastable(const std::string &name, const UserInf
                 return isBad;
             });
     }
-    if (sizeOf(result) > kMaximumSize) {
+    if (sizeOf(result) > DistributedNotificationCenter::kLargestPost) {
         dropped(name + ": dropped, larger than a mebibyte");
         return std::nullopt;
     }

@@ -24,6 +24,7 @@ void PXHistoryController::init()
     connect(&m_lockedStoreTimer, &QTimer::timeout, this, [this] { savingsNeedRefreshing({}); });
     // A disk that is plugged in again may bring a folder back, at another place perhaps.
     Workspace::current().watchVolumes([this] { Q_EMIT foldersChanged(); });
+    connect(&m_requests, &FolderRequests::helperMissed, this, &PXHistoryController::helperMissed);
     connect(&m_folderPlaces, &FolderPlaces::changed, this, &PXHistoryController::foldersChanged);
     refreshTotalSavings();
     updatePreviousSavings();

@@ -3,6 +3,7 @@
 #include "Classes/PrefPane/AddFoldersRequest.h"
 #include "Classes/PrefPane/DVTableView.h"
 #include "Classes/PrefPane/FolderPlaces.h"
+#include "Classes/PrefPane/FolderRequests.h"
 #include "Classes/PrefPane/FoldersArrayController.h"
 #include "Classes/PrefPane/HistoryContext.h"
 #include "Classes/PrefPane/HistoryEntry.h"
@@ -113,6 +114,9 @@ Q_SIGNALS:
     void foldersChanged();
     void refusalsChanged();
 
+    /// No helper has heard of the folders; it is told once one runs.
+    void helperMissed();
+
 private:
     friend class SharedInstance<PXHistoryController>;
 
@@ -140,5 +144,6 @@ private:
     ByteCount m_totalSavings = 0;
     ByteCount m_previousSavings = 0;
     std::vector<HistoryEntry> m_historyArray;
+    FolderRequests m_requests;
     std::vector<FolderRefusal> m_refusals;
 };

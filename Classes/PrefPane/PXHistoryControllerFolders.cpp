@@ -7,7 +7,6 @@
 
 using namespace std::chrono_literals;
 
-static constexpr const char *kFoldersChanged = "com.dovrane.pellix.folders";
 static constexpr auto kRequestDelay = 10ms;
 
 /// A drop may come from a program whose window still has the keys.
@@ -15,11 +14,6 @@ static QWidget *sheetWindow()
 {
     QWidget *const key = HostApplication::current().keyWindow();
     return key ? key : HostApplication::current().mainWindow();
-}
-
-static void postFoldersToAdd(const AddFoldersRequest &request)
-{
-    DistributedNotificationCenter::current().post(kFoldersChanged, {{"foldersToAdd", request.accepted}});
 }
 
 void PXHistoryController::addFolders(std::vector<std::string> folders)
@@ -32,7 +26,7 @@ void PXHistoryController::addFolders(std::vector<std::string> folders)
 void PXHistoryController::processAddFoldersRequest(AddFoldersRequest request)
 {
     if (request.warned.empty()) {
-        postFoldersToAdd(request);
+        m_requests.post(FolderRequests::kToAdd, request.accepted);
         if (request.hasDropped())
             warnAboutRemovedFolders();
         return;
@@ -41,7 +35,7 @@ void PXHistoryController::processAddFoldersRequest(AddFoldersRequest request)
         const bool hasDropped = request.hasDropped();
         if (returnCode == AlertSheet::kAlternateReturn)
             request.rejectWarned();
-        postFoldersToAdd(request);
+        m_requests.post(FolderRequests::kToAdd, request.accepted);
         if (hasDropped)
             warnAboutRemovedFolders();
     };
@@ -68,8 +62,7 @@ void PXHistoryController::removeFolders()
         m_foldersArrayController ? m_foldersArrayController->selectedObjects() : std::vector<HistoryEntry>();
     if (selected.empty())
         return;
-    const auto folders = map(selected, [](const HistoryEntry &entry) { return entry.folder; });
-    DistributedNotificationCenter::current().post(kFoldersChanged, {{"foldersToRemove", folders}});
+    m_requests.post(FolderRequests::kToRemove, map(selected, [](const HistoryEntry &entry) { return entry.folder; }));
     m_foldersArrayController->setSelectionIndexes({});
     if (m_foldersTableView)
         m_foldersTableView->clearSelection();

@@ -97,6 +97,10 @@ void TamselPref::connectView()
         if (view)
             view->setHelperRunning(isRunning);
     });
+    connect(PXHistoryController::sharedHistoryController(), &PXHistoryController::helperMissed, this, [this, helper] {
+        if (!Workspace::current().isRunning(helper))
+            launchHelper();
+    });
 }
 
 void TamselPref::showLoginItem()

@@ -140,7 +140,7 @@ TEST_F(HelperLife, secondStart_handsOverAndEnds)
     ASSERT_TRUE(first.waitUntilFound());
     HelperProcess second;
     EXPECT_EQ(second.waitForEnd(), 0);
-    EXPECT_TRUE(first.waitForLog("Started again while running"));
+    EXPECT_TRUE(first.waitForLog("Asked whether it runs"));
     EXPECT_TRUE(second.waitForLog("Another helper runs"));
     EXPECT_TRUE(first.isRunning());
 }

@@ -1,4 +1,5 @@
 // What the user is asked and the helper is told when folders are added or removed.
+#include "Platform/Fake/FakeApplicationName.h"
 #include "Platform/Fake/FakeVolumes.h"
 #include "Tests/Classes/PrefPane/PaneWithHistory.h"
 #include "Tests/Support/WaitFor.h"
@@ -195,6 +196,24 @@ TEST_F(WatchedFoldersOfTheUser, removeFolders_twoSelected_postsThemOnceAndSelect
     EXPECT_THAT(posts(), ElementsAre("com.dovrane.pellix.folders foldersToRemove [/a,/c,]"));
     EXPECT_THAT(array.selectionIndexes(), IsEmpty());
     EXPECT_EQ(array.rowCount(), 3) << "until the helper says so";
+}
+
+TEST_F(WatchedFoldersOfTheUser, noHelperRuns_itIsToldOnceOneDoes)
+{
+    FakeApplicationName::Registry registry;
+    FakeApplicationName name{registry};
+    const Override<ApplicationName> installedName{name};
+    int missed = 0;
+    QObject::connect(controller(), &PXHistoryController::helperMissed, [&missed] { ++missed; });
+    add({"/srv/a"});
+    registry.deliver();
+    EXPECT_EQ(missed, 1);
+    EXPECT_EQ(posts().size(), 1U);
+    FakeApplicationName helper{registry};
+    helper.setActivationHandler([](const auto &) {});
+    helper.claim("com.dovrane.TamselHelper", [](auto) {});
+    ASSERT_TRUE(waitFor([&] { return registry.deliver(), posts().size() == 2; }));
+    EXPECT_EQ(posts()[1], posts()[0]);
 }
 
 TEST_F(WatchedFoldersOfTheUser, deleteKeyOfTheTable_removesWhatIsSelected)

@@ -1,3 +1,4 @@
+#include "Classes/PrefPane/PXHistoryController.h"
 #include "Tests/Classes/PrefPane/PaneFixture.h"
 
 #include <gmock/gmock.h>
@@ -66,6 +67,17 @@ TEST_F(TamselPrefHelperTest, launch_isLoggedWithoutAnErrorToo)
     pane().launchHelper();
     EXPECT_THAT(log(),
                 ElementsAre("Helper launch error: (null)", HasSubstr("running app is com.dovrane.TamselHelper")));
+}
+
+TEST_F(TamselPrefHelperTest, noHelperHearsOfFolders_oneIsLaunchedUnlessOneRuns)
+{
+    load();
+    const auto miss = [] { Q_EMIT PXHistoryController::sharedHistoryController()->helperMissed(); };
+    miss();
+    EXPECT_EQ(workspace.launched().size(), 1u) << "it was launched with the pane and is only starting";
+    workspace.end("com.dovrane.TamselHelper");
+    miss();
+    EXPECT_EQ(workspace.launched().size(), 2u);
 }
 
 TEST_F(TamselPrefHelperTest, failedLaunch_isOnlyLogged)
