@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-/// A folder that the helper was asked to watch and does not. A value.
+/// A folder that is not treated as the user has asked for. A value.
 struct FolderRefusal
 {
     enum class Reason {
@@ -13,6 +13,7 @@ struct FolderRefusal
         System,     ///< it belongs to the system
         OwnFiles,   ///< the helper keeps its own files there
         Unreadable, ///< this user may not look into it
+        NotText,    ///< its path is no UTF-8, so that the helper cannot be told of it; never kept in the store
     };
 
     /// The table and its columns in the history store; the reason is kept by its name.

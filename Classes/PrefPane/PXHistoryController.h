@@ -69,7 +69,8 @@ public:
     /// The watched folders in the order of their records, then "Other" when former folders have saved something.
     const std::vector<HistoryEntry> &historyArray() const { return m_historyArray; }
 
-    /// The folders that the helper did not take when it was asked last.
+    /// The folders of the last request that the helper cannot be told of, then those that it did not take when it was
+    /// asked last.
     const std::vector<FolderRefusal> &refusals() const { return m_refusals; }
 
     void refreshTotalSavings();
@@ -97,7 +98,8 @@ public:
     /// were dropped. The helper is told even when none is left.
     void processAddFoldersRequest(AddFoldersRequest request);
 
-    /// Tells the helper to let the selected folders go, and selects nothing. The list changes when the helper says so.
+    /// Tells the helper to let the selected folders go, and selects only those that it cannot be told of. The list
+    /// changes when the helper says so.
     void removeFolders();
 
     void warnAboutRemovedFolders();
@@ -127,6 +129,7 @@ private:
     std::unique_ptr<HistoryStore> openStore(const HistoryModel &model);
     void connectTable();
     void readRefusals();
+    void requestFolders(const char *key, std::vector<std::string> folders);
     void readLockedStoreLater();
     bool isOtherRow(int row) const;
 
@@ -145,5 +148,6 @@ private:
     ByteCount m_previousSavings = 0;
     std::vector<HistoryEntry> m_historyArray;
     FolderRequests m_requests;
+    std::vector<FolderRefusal> m_untold; ///< of the last request
     std::vector<FolderRefusal> m_refusals;
 };

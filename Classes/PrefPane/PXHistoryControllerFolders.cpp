@@ -4,6 +4,7 @@
 #include "Classes/Shared/AlertSheet.h"
 #include "Classes/Shared/map.h"
 #include "Platform/HostApplication.h"
+#include "Platform/Utf8.h"
 
 using namespace std::chrono_literals;
 
@@ -16,6 +17,24 @@ static QWidget *sheetWindow()
     return key ? key : HostApplication::current().mainWindow();
 }
 
+/// A notification carries text only.
+static bool isUntellable(const std::string &folder)
+{
+    return !isUtf8(folder);
+}
+
+void PXHistoryController::requestFolders(const char *key, std::vector<std::string> folders)
+{
+    m_untold.clear();
+    for (const std::string &folder : folders) {
+        if (isUntellable(folder))
+            m_untold.push_back({folder, FolderRefusal::Reason::NotText});
+    }
+    std::erase_if(folders, isUntellable);
+    m_requests.post(key, folders);
+    readRefusals();
+}
+
 void PXHistoryController::addFolders(std::vector<std::string> folders)
 {
     AddFoldersRequest request = AddFoldersRequest::classify(std::move(folders));
@@ -26,7 +45,7 @@ void PXHistoryController::addFolders(std::vector<std::string> folders)
 void PXHistoryController::processAddFoldersRequest(AddFoldersRequest request)
 {
     if (request.warned.empty()) {
-        m_requests.post(FolderRequests::kToAdd, request.accepted);
+        requestFolders(FolderRequests::kToAdd, request.accepted);
         if (request.hasDropped())
             warnAboutRemovedFolders();
         return;
@@ -35,7 +54,7 @@ void PXHistoryController::processAddFoldersRequest(AddFoldersRequest request)
         const bool hasDropped = request.hasDropped();
         if (returnCode == AlertSheet::kAlternateReturn)
             request.rejectWarned();
-        m_requests.post(FolderRequests::kToAdd, request.accepted);
+        requestFolders(FolderRequests::kToAdd, request.accepted);
         if (hasDropped)
             warnAboutRemovedFolders();
     };
@@ -62,9 +81,13 @@ void PXHistoryController::removeFolders()
         m_foldersArrayController ? m_foldersArrayController->selectedObjects() : std::vector<HistoryEntry>();
     if (selected.empty())
         return;
-    m_requests.post(FolderRequests::kToRemove, map(selected, [](const HistoryEntry &entry) { return entry.folder; }));
-    m_foldersArrayController->setSelectionIndexes({});
-    if (m_foldersTableView)
+    std::vector<int> remaining = m_foldersArrayController->selectionIndexes();
+    std::erase_if(remaining, [&entries = m_foldersArrayController->arrangedObjects()](int row) {
+        return !isUntellable(entries[static_cast<std::size_t>(row)].folder);
+    });
+    requestFolders(FolderRequests::kToRemove, map(selected, [](const HistoryEntry &entry) { return entry.folder; }));
+    m_foldersArrayController->setSelectionIndexes(remaining);
+    if (m_foldersTableView && remaining.empty())
         m_foldersTableView->clearSelection();
 }
 

@@ -60,6 +60,7 @@ void PXHistoryController::readRefusals()
 {
     HistoryContext *context = managedObjectContext();
     std::vector<FolderRefusal> refusals = context ? context->refusals() : std::vector<FolderRefusal>();
+    refusals.insert(refusals.begin(), m_untold.begin(), m_untold.end());
     if (std::exchange(m_refusals, std::move(refusals)) != m_refusals)
         Q_EMIT refusalsChanged();
 }

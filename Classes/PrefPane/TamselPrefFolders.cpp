@@ -16,15 +16,25 @@ static PXHistoryController *history()
 }
 
 /// Those that exist and are directories, in their order.
-static std::vector<std::string> directoriesAmong(const QStringList &names)
+static std::vector<std::string> directoriesAmong(const std::vector<Path> &paths)
 {
     std::vector<std::string> folders;
-    for (const QString &name : names) {
-        std::string path = QFile::encodeName(name).toStdString();
+    for (const Path &path : paths) {
         if (isDirectory(path))
-            folders.push_back(std::move(path));
+            folders.push_back(path.native());
     }
     return folders;
+}
+
+/// Files by their own bytes, which need not be UTF-8, else what is named in the text.
+static std::vector<Path> pathsIn(const QMimeData &content)
+{
+    std::vector<Path> paths = FilePasteboard::pathsIn(content);
+    if (paths.empty()) {
+        for (const QString &name : ExclusionPasteboard::pathsIn(content))
+            paths.push_back(QFile::encodeName(name).toStdString());
+    }
+    return paths;
 }
 
 void TamselPref::addFolder()
@@ -59,16 +69,16 @@ void TamselPref::removeFolder()
 
 void TamselPref::pasteFolders(const QMimeData &content)
 {
-    if (std::vector<std::string> folders = directoriesAmong(ExclusionPasteboard::pathsIn(content)); !folders.empty())
+    if (std::vector<std::string> folders = directoriesAmong(pathsIn(content)); !folders.empty())
         history()->addFolders(std::move(folders));
 }
 
 std::optional<std::vector<std::string>> TamselPref::foldersInPasteboard(const QMimeData &pasteboard)
 {
-    const QStringList names = FilePasteboard::fileNames(pasteboard);
-    if (names.isEmpty())
+    const std::vector<Path> paths = FilePasteboard::pathsIn(pasteboard);
+    if (paths.empty())
         return std::nullopt;
-    return directoriesAmong(names);
+    return directoriesAmong(paths);
 }
 
 bool TamselPref::tableViewValidateDrop(DVTableView &, const QMimeData &data)

@@ -177,6 +177,9 @@ static QString sentenceOn(const FolderRefusal &refusal)
         return TamselPrefView::tr("“%1” was not added: Tamsel keeps its own files there.").arg(folder);
     case FolderRefusal::Reason::Unreadable:
         return TamselPrefView::tr("“%1” was not added: you may not look into it.").arg(folder);
+    case FolderRefusal::Reason::NotText:
+        return TamselPrefView::tr("“%1” was not added or removed: its path is no text (UTF-8). Rename it first.")
+            .arg(folder);
     }
     return {};
 }

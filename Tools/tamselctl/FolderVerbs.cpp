@@ -118,6 +118,8 @@ static const char *wordsFor(FolderRefusal::Reason reason)
         return "it belongs to the system";
     case FolderRefusal::Reason::OwnFiles:
         return "Tamsel keeps its own files there";
+    case FolderRefusal::Reason::NotText:
+        return "its path is not UTF-8";
     case FolderRefusal::Reason::Unreadable:
         break;
     }

@@ -198,6 +198,25 @@ TEST_F(WatchedFoldersOfTheUser, removeFolders_twoSelected_postsThemOnceAndSelect
     EXPECT_EQ(array.rowCount(), 3) << "until the helper says so";
 }
 
+TEST_F(WatchedFoldersOfTheUser, removeFolders_placeIsNoText_isSaidAndStaysSelected)
+{
+    const auto database = HistoryFixture::openDatabase(store());
+    for (const char *folder : {"/a", "/caf\xe9", "/d"})
+        ASSERT_TRUE(database->addFolder(folder, {}));
+    announceSavings();
+    array.setSelectionIndexes({0, 1});
+    controller()->removeFolders();
+    EXPECT_THAT(posts(), ElementsAre("com.dovrane.pellix.folders foldersToRemove [/a,]"));
+    EXPECT_THAT(array.selectionIndexes(), ElementsAre(1));
+    const std::vector<FolderRefusal> refusals{{"/caf\xe9", FolderRefusal::Reason::NotText}};
+    EXPECT_EQ(controller()->refusals(), refusals);
+    announceSavings();
+    EXPECT_EQ(controller()->refusals(), refusals) << "until something else is asked for";
+    array.setSelectionIndexes({2});
+    controller()->removeFolders();
+    EXPECT_THAT(controller()->refusals(), IsEmpty());
+}
+
 TEST_F(WatchedFoldersOfTheUser, noHelperRuns_itIsToldOnceOneDoes)
 {
     FakeApplicationName::Registry registry;

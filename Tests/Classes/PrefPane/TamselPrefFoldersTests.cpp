@@ -12,6 +12,7 @@
 #include <QClipboard>
 #include <QDir>
 #include <QDropEvent>
+#include <QLabel>
 #include <QListView>
 #include <QMimeData>
 #include <QTest>
@@ -158,6 +159,31 @@ TEST_F(TamselPrefFoldersTest, foldersInPasteboard_tellsNoFilesFromNoFolders)
     data.setUrls(urls({second / "link", first}));
     EXPECT_THAT(TamselPref::foldersInPasteboard(data),
                 ::testing::Optional(ElementsAre((second / "link").native(), first.native())));
+}
+
+TEST_F(TamselPrefFoldersTest, dropAndPaste_folderWhosePathIsNoText_isSaidAndTheOthersAreAdded)
+{
+    const fs::path latin = PrivateHome::current().home() / "caf\xe9";
+    fs::create_directories(latin);
+    auto *const data = new QMimeData;
+    data->setUrls(
+        {QUrl(QString::fromStdString("file://" + latin.parent_path().native() + "/caf%E9"), QUrl::StrictMode)});
+    QApplication::clipboard()->setMimeData(data);
+    const auto isSaid = [&] {
+        return PXHistoryController::sharedHistoryController()->refusals() ==
+               std::vector<FolderRefusal>{{latin.native(), FolderRefusal::Reason::NotText}};
+    };
+    QTest::keyClick(&table(), Qt::Key_V, Qt::ControlModifier);
+    EXPECT_TRUE(waitFor(isSaid));
+    QMimeData both;
+    both.setUrls(urls({first}) + data->urls());
+    EXPECT_EQ(dragOver(both), Qt::CopyAction);
+    EXPECT_TRUE(drop(both));
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(first.native()));
+    EXPECT_TRUE(isSaid());
+    const auto *const line = window.findChild<QLabel *>(QStringLiteral("refusalsLabel"));
+    EXPECT_TRUE(line->text().contains(QLatin1String("is no text"))) << line->text().toStdString();
 }
 
 // Pasting and keys
