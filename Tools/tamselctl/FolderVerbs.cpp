@@ -1,23 +1,21 @@
 #include "Tools/tamselctl/Verbs.h"
 
 #include "Classes/PrefPane/AddFoldersRequest.h"
+#include "Classes/PrefPane/FolderRequests.h"
 #include "Classes/PrefPane/PXHistoryController.h"
 #include "Classes/Shared/isDirectory.h"
 #include "Classes/Util/PXUtil.h"
-#include "Platform/Bundle.h"
-#include "Platform/DistributedNotificationCenter.h"
 #include "Platform/ThisProcess.h"
 #include "Platform/Utf8.h"
-#include "Platform/Workspace.h"
 #include "Tools/tamselctl/HistoryReader.h"
 #include "Tools/tamselctl/Invocation.h"
-#include "Tools/tamselctl/RunningPrograms.h"
-#include "Tools/tamselctl/waitUntil.h"
+#include "Tools/tamselctl/tellHelper.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <system_error>
 
@@ -66,35 +64,6 @@ ExitCode listFolders(Invocation &invocation)
     return ExitCode::Done;
 }
 
-/// Starts the helper where none runs and answers once it can be told something; else why it cannot.
-static std::optional<std::string> reachHelper()
-{
-    const RunningPrograms programs = RunningPrograms::find();
-    if (!programs.isBusThere)
-        return "there is no session bus";
-    if (programs.isHelperRunning)
-        return std::nullopt;
-    const auto helper = Bundles::current().main();
-    if (!helper)
-        return helper.failure().context;
-    const auto launched = Workspace::current().launchApplication(helper->path());
-    return launched ? std::nullopt : std::optional(launched.failure().context);
-}
-
-/// Tells the helper of these folders, again and again, since one that is only starting hears nothing yet. Answers
-/// whether what is to follow does.
-static bool tellHelper(const char *key, const Strings &folders, const std::function<bool()> &isDone)
-{
-    auto &center = DistributedNotificationCenter::current();
-    constexpr int kLooksBetween = 50;
-    int looks = 0;
-    return waitUntil([&] {
-        if (looks++ % kLooksBetween == 0)
-            center.post("com.dovrane.pellix.folders", {{key, folders}});
-        return isDone();
-    });
-}
-
 static bool isWatched(const HistorySummary &history, const std::string &folder)
 {
     const std::string place = withoutLinks(folder);
@@ -133,7 +102,30 @@ static bool forgetRefusals()
         const auto history = readHistory();
         return history && history->refusals.empty();
     };
-    return hasNone() || tellHelper("foldersToAdd", {}, hasNone);
+    return hasNone() || tellHelper(FolderRequests::kToAdd, {}, hasNone);
+}
+
+/// Of so many at once the helper keeps every answer.
+static ExitCode addSome(const Invocation &invocation, const Strings &folders)
+{
+    std::optional<HistorySummary> answer;
+    const auto isAnswered = [&] {
+        auto history = readHistory();
+        if (!history || !std::ranges::all_of(folders, [&](const std::string &folder) {
+                return isWatched(*history, folder) || refusalOf(*history, folder);
+            }))
+            return false;
+        answer = *std::move(history);
+        return true;
+    };
+    if (!tellHelper(FolderRequests::kToAdd, folders, isAnswered))
+        return invocation.fail("the helper does not answer");
+    ExitCode exitCode = ExitCode::Done;
+    for (const std::string &folder : folders) {
+        if (const FolderRefusal *refusal = refusalOf(*answer, folder))
+            exitCode = invocation.fail("not added, " + std::string(wordsFor(refusal->reason)) + ": " + folder);
+    }
+    return exitCode;
 }
 
 static ExitCode sendToHelper(const Invocation &invocation, const Strings &folders)
@@ -142,21 +134,11 @@ static ExitCode sendToHelper(const Invocation &invocation, const Strings &folder
         return invocation.fail(*fault);
     if (!forgetRefusals())
         return invocation.fail("the helper does not answer");
-    const auto isAnswered = [&folders] {
-        const auto history = readHistory();
-        return history && std::ranges::all_of(folders, [&](const std::string &folder) {
-                   return isWatched(*history, folder) || refusalOf(*history, folder);
-               });
-    };
-    if (!folders.empty() && !tellHelper("foldersToAdd", folders, isAnswered))
-        return invocation.fail("the helper does not answer");
-    const auto history = readHistory();
-    if (!history)
-        return invocation.fail(history.failure());
     ExitCode exitCode = ExitCode::Done;
-    for (const std::string &folder : folders) {
-        if (const FolderRefusal *refusal = refusalOf(*history, folder))
-            exitCode = invocation.fail("not added, " + std::string(wordsFor(refusal->reason)) + ": " + folder);
+    for (auto first = folders.begin(); first != folders.end();) {
+        const auto end = first + std::min<std::ptrdiff_t>(FolderRefusal::kMostKept, folders.end() - first);
+        exitCode = std::max(exitCode, addSome(invocation, Strings(first, end)));
+        first = end;
     }
     return exitCode;
 }
@@ -210,17 +192,27 @@ ExitCode addFolders(Invocation &invocation)
     return std::max(exitCode, sendToHelper(invocation, request.accepted));
 }
 
-/// The folder as the list shows it; nothing when it is not on the list.
-static std::optional<std::string> listed(const HistorySummary &history, const std::string &operand)
+/// A folder on the list, where it is now.
+struct ListedFolder
+{
+    std::int64_t key = 0;
+    std::string place;
+};
+
+/// What an operand names: the folder that is there, else one that was recorded there; nothing when neither is listed.
+static std::optional<ListedFolder> listed(const HistorySummary &history, const std::string &operand)
 {
     const std::string folder = absolute(operand);
     const std::string place = withoutLinks(folder);
+    std::optional<ListedFolder> former;
     for (const HistoryRecord &record : history.folders) {
-        const std::string now = PXHistoryController::historyEntryFor(&record)->folder;
-        if (now == folder || now == place || record.folder == folder)
+        const ListedFolder now{record.key, PXHistoryController::historyEntryFor(&record)->folder};
+        if (now.place == folder || now.place == place)
             return now;
+        if (!former && record.folder == folder)
+            former = now;
     }
-    return std::nullopt;
+    return former;
 }
 
 ExitCode removeFolders(Invocation &invocation)
@@ -228,19 +220,24 @@ ExitCode removeFolders(Invocation &invocation)
     const auto history = readHistory();
     if (!history)
         return invocation.fail(history.failure());
-    Strings folders;
+    std::map<std::int64_t, std::string> folders;
     for (const std::string &operand : invocation.operands) {
         const auto folder = listed(*history, operand);
         if (!folder)
             return invocation.fail("not watched: " + operand);
-        folders.push_back(*folder);
+        if (!isUtf8(folder->place))
+            return invocation.fail("only UTF-8 can be sent to the helper: " + folder->place);
+        folders.emplace(folder->key, folder->place);
     }
     if (const auto fault = reachHelper())
         return invocation.fail(*fault);
-    const bool isDone = tellHelper("foldersToRemove", folders, [&folders] {
+    Strings places;
+    for (const auto &[key, place] : folders)
+        places.push_back(place);
+    const bool isDone = tellHelper(FolderRequests::kToRemove, places, [&folders] {
         const auto now = readHistory();
-        return now &&
-               std::ranges::none_of(folders, [&](const std::string &each) { return listed(*now, each).has_value(); });
+        return now && std::ranges::none_of(now->folders,
+                                           [&](const HistoryRecord &record) { return folders.contains(record.key); });
     });
     return isDone ? ExitCode::Done : invocation.fail("the helper does not answer");
 }

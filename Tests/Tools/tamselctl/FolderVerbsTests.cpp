@@ -129,6 +129,43 @@ TEST_F(FolderVerbs, remove_watched_isTakenOffTheList)
     EXPECT_EQ(tamselctl({"folders", "remove", second}).exitCode, 1) << "no longer watched";
 }
 
+TEST_F(FolderVerbs, remove_anotherFolderHasItsFormerPath_onlyTheOneThatIsThereGoes)
+{
+    ASSERT_EQ(tamselctl({"off"}).exitCode, 0) << "or a survey would record where they are";
+    ASSERT_EQ(tamselctl({"folders", "add", "--add-anyway", first, second}).exitCode, 0);
+    fs::rename(first, volume / "former");
+    fs::rename(second, first);
+    const Ended ended = tamselctl({"folders", "remove", first});
+    EXPECT_EQ(ended.exitCode, 0) << ended.err;
+    EXPECT_EQ(listed(), (volume / "former").native() + "\n");
+}
+
+TEST_F(FolderVerbs, remove_movedWhereThePathIsNoText_isAFailureAtOnce)
+{
+    ASSERT_EQ(tamselctl({"off"}).exitCode, 0);
+    ASSERT_EQ(tamselctl({"folders", "add", "--add-anyway", first}).exitCode, 0);
+    fs::rename(first, volume / "caf\xe9");
+    const Ended ended = tamselctl({"folders", "remove", first});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_THAT(ended.err, HasSubstr("only UTF-8"));
+    EXPECT_EQ(listed(), (volume / "caf\xe9").native() + "\n");
+}
+
+TEST_F(FolderVerbs, add_moreThanTheHelperKeepsRefusalsOf_eachIsAnswered)
+{
+    std::vector<std::string> words{"folders", "add", "--add-anyway"};
+    for (int i = 0; i < 101; ++i) {
+        fs::create_directory_symlink("/usr/share", volume / ("link " + std::to_string(i)));
+        words.push_back(volume / ("link " + std::to_string(i)));
+    }
+    words.push_back(first);
+    const Ended ended = tamselctl(words);
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_THAT(ended.err, AllOf(HasSubstr("belongs to the system: " + words[3]), HasSubstr(words[103]),
+                                 Not(HasSubstr("does not answer"))));
+    EXPECT_EQ(listed(), first.native() + "\n");
+}
+
 TEST_F(FolderVerbs, wrongUse_isRefused)
 {
     EXPECT_EQ(tamselctl({"folders", "add"}).exitCode, 2);
