@@ -6,6 +6,7 @@
 #include "Tests/Support/VirtualDisplay.h"
 
 #include <csignal>
+#include <optional>
 
 namespace fs = std::filesystem;
 
@@ -38,16 +39,19 @@ protected:
             ::kill(helper, SIGKILL);
     }
 
-    /// Offers the files from another program's window and moves the pointer with them.
-    bool dragToTable(const std::vector<fs::path> &files)
+    /// Offers the files from another program's window, moves the pointer with them and lets them go. Answers whether
+    /// they were taken.
+    std::optional<bool> dragToTable(const std::vector<fs::path> &files)
     {
         FileDrag drag(display, files);
-        return drag.moveTo(kWindow, kTable) && drag.drop();
+        return drag.moveTo(kWindow, kTable) && drag.drop() ? std::optional(drag.isTaken()) : std::nullopt;
     }
 
-    /// Presses Return, which is what the alert offers, until the list is as expected.
+    /// Waits for the question and presses Return, which is what it offers, until the list is as expected.
     bool untilListed(const std::vector<fs::path> &expected)
     {
+        EXPECT_TRUE(waitFor([&] { return display.isShown("^Compatibility Warning"); }, 60000));
+        EXPECT_THAT(folders(), ::testing::IsEmpty()) << "before the user has agreed";
         std::vector<std::string> paths;
         for (const fs::path &path : expected)
             paths.push_back(path.native());
@@ -87,14 +91,14 @@ protected:
 
 TEST_F(WatchedFolders, draggedFromAnotherProgram_areOnTheListOnceTheUserAgrees)
 {
-    ASSERT_TRUE(dragToTable({first, volume / "file", second}));
+    ASSERT_EQ(dragToTable({first, volume / "file", second}), true);
     EXPECT_TRUE(untilListed({first, second}));
 }
 
 TEST_F(WatchedFolders, fileDraggedAlone_isRefused)
 {
-    ASSERT_TRUE(dragToTable({volume / "file"}));
-    ASSERT_TRUE(dragToTable({first}));
+    EXPECT_EQ(dragToTable({volume / "file"}), false);
+    ASSERT_EQ(dragToTable({first}), true);
     EXPECT_TRUE(untilListed({first}));
 }
 

@@ -70,7 +70,7 @@ bool FileDrag::letGo()
     return !m_isHeld;
 }
 
-bool FileDrag::waitUntilTaken()
+bool FileDrag::waitUntilDone()
 {
     return waitFor([this] { return m_source.state() == QProcess::NotRunning; }, kTimeoutMs);
 }

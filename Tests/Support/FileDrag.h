@@ -20,11 +20,14 @@ public:
     bool moveTo(const std::string &title, const QPoint &point);
 
     /// Lets the files go, and waits until the other program has done with them.
-    bool drop() { return letGo() && waitUntilTaken(); }
+    bool drop() { return letGo() && waitUntilDone(); }
+
+    /// Whether anybody has taken them, once the other program has done with them.
+    bool isTaken() const { return m_source.exitCode() == Qt::CopyAction; }
 
     /// The two apart: whoever takes them may still ask the other program for them after they were let go.
     bool letGo();
-    bool waitUntilTaken();
+    bool waitUntilDone();
 
 private:
     bool movePointer(const QPoint &to);

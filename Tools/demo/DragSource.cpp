@@ -6,7 +6,8 @@
 #include <QUrl>
 #include <QWidget>
 
-/// A window in the upper left corner of the screen from which the files named on the command line are dragged.
+/// A window in the upper left corner of the screen from which the files named on the command line are dragged. Ends
+/// with the number of what was done with them: 0 for nothing, 1 for copying.
 class DragSource final : public QWidget
 {
 public:
@@ -27,8 +28,9 @@ protected:
         content->setUrls(m_files);
         auto *const drag = new QDrag(this);
         drag->setMimeData(content);
-        drag->exec(Qt::CopyAction);
-        QTimer::singleShot(5000, qApp, &QCoreApplication::quit); // who takes the drop asks for the files after it
+        const Qt::DropAction done = drag->exec(Qt::CopyAction);
+        // Who takes the drop asks for the files after it.
+        QTimer::singleShot(5000, qApp, [done] { QCoreApplication::exit(done); });
     }
 
 private:
