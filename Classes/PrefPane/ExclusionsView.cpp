@@ -12,6 +12,7 @@
 #include <utility>
 
 static constexpr int kCountingDelayMs = 150;
+static constexpr int kLongestName = 150; // points
 
 ExclusionsView::ExclusionsView(QWidget *parent)
     : QWidget(parent)
@@ -72,9 +73,12 @@ static QString otherFileKept(const QString &name)
     return ExclusionsView::tr("Another program had changed this list. Its version was kept as %1.").arg(name);
 }
 
-static QString notStorable(const QString &text)
+/// A long word cannot be wrapped and would widen the window.
+static QString notStorable(const QString &text, const QWidget *panel)
 {
-    return ExclusionsView::tr("%1 was not added: the name is not in UTF-8, and the list holds no other.").arg(text);
+    const QString name = text.mid(text.lastIndexOf(u'/') + 1).simplified();
+    return ExclusionsView::tr("%1 was not added: the name is not in UTF-8, and the list holds no other.")
+        .arg(panel->fontMetrics().elidedText(name, Qt::ElideMiddle, kLongestName));
 }
 
 void ExclusionsView::connectPaths()
@@ -89,7 +93,7 @@ void ExclusionsView::connectPaths()
     connect(m_controller, &PXExclusionsController::otherPathsFileKept, this,
             [this](const QString &name) { m_paths.panel->setNotice(otherFileKept(name)); });
     connect(m_controller, &PXExclusionsController::pathNotStorable, this,
-            [this](const QString &path) { m_paths.panel->setNotice(notStorable(path)); });
+            [this](const QString &path) { m_paths.panel->setNotice(notStorable(path, m_paths.panel)); });
 }
 
 void ExclusionsView::connectExtensions()
@@ -103,8 +107,9 @@ void ExclusionsView::connectExtensions()
     });
     connect(m_controller, &PXExclusionsController::otherExtensionsFileKept, this,
             [this](const QString &name) { m_extensions.panel->setNotice(otherFileKept(name)); });
-    connect(m_controller, &PXExclusionsController::extensionNotStorable, this,
-            [this](const QString &extension) { m_extensions.panel->setNotice(notStorable(extension)); });
+    connect(m_controller, &PXExclusionsController::extensionNotStorable, this, [this](const QString &extension) {
+        m_extensions.panel->setNotice(notStorable(extension, m_extensions.panel));
+    });
 }
 
 void ExclusionsView::connectCounting(Side &side, bool isOfPaths)

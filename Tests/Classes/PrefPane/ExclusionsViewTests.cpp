@@ -118,10 +118,14 @@ TEST_F(ExclusionsViewTest, nameThatIsNoText_isToldOfUnderItsTable)
     QApplication::clipboard()->setMimeData(data);
     QTest::keyClick(paths, Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(text("pathsNotice"),
-              "/a\xEF\xBF\xBD.\xEF\xBF\xBD was not added: the name is not in UTF-8, and the list holds no other.");
+              "a\xEF\xBF\xBD.\xEF\xBF\xBD was not added: the name is not in UTF-8, and the list holds no other.");
     EXPECT_TRUE(find<QLabel>("extensionsNotice")->isHidden());
     QTest::keyClick(extensions, Qt::Key_V, Qt::ControlModifier);
     EXPECT_THAT(text("extensionsNotice"), StartsWith("\xEF\xBF\xBD was not added"));
+    const int width = window.minimumSizeHint().width();
+    Q_EMIT controllerOfView->pathNotStorable(QStringLiteral("/a/") + QString(255, u'\uFFFD'));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.minimumSizeHint().width(), width) << "a long name is no reason for a wider window";
 }
 
 TEST_F(ExclusionsViewTest, filter_showsWhatContainsItAndEscapeClearsIt)
