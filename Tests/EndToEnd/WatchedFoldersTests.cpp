@@ -102,6 +102,16 @@ TEST_F(WatchedFolders, fileDraggedAlone_isRefused)
     EXPECT_TRUE(untilListed({first}));
 }
 
+TEST_F(WatchedFolders, draggedAfterTheHelperWasKilled_areOnTheListOnceAnotherRuns)
+{
+    int killed = 0;
+    ASSERT_TRUE(waitFor([&] { return (killed = host.helperId()) > 0; }, 60000));
+    ASSERT_EQ(::kill(killed, SIGKILL), 0);
+    ASSERT_EQ(dragToTable({first}), true);
+    EXPECT_TRUE(untilListed({first}));
+    EXPECT_NE(host.helperId(), killed);
+}
+
 TEST_F(WatchedFolders, chosenByKeyboard_isOnTheListAndGoesWithTheDeleteKey)
 {
     ASSERT_TRUE(display.click(kWindow, kTable));
