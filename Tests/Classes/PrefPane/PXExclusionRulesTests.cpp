@@ -55,6 +55,16 @@ protected:
     MainBundleAt bundles{application};
     Override<Bundles> installed{bundles};
 
+    FakeFileSystem files;
+
+    void addBothFiles()
+    {
+        files.addFile("/System/Library/PrivateFrameworks/AppleFSCompression.framework/Resources/"
+                      "SystemCompressionRules.plist",
+                      bytesOf(ruleForSuffix(".system")));
+        files.addFile(application / "Contents/Resources/ExclusionRules.plist", bytesOf(ruleForSuffix(".own")));
+        writeFile(application / "Contents/Resources/ExclusionRules.plist", ruleForSuffix(".own"));
+    }
     void copyOwnRules()
     {
         std::filesystem::copy_file(TAMSEL_RULES, application / "Contents/Resources/ExclusionRules.plist");
@@ -79,16 +89,22 @@ TEST_F(PXExclusionRulesTest, sharedInstance_isLoadedFromTheMainBundleAndOneOfAKi
 TEST_F(PXExclusionRulesTest, systemsRules_countBesideTheOwn)
 {
     inProcessOfItsOwn([&] {
-        FakeFileSystem files;
-        files.addFile("/System/Library/PrivateFrameworks/AppleFSCompression.framework/Resources/"
-                      "SystemCompressionRules.plist",
-                      bytesOf(ruleForSuffix(".system")));
-        files.addFile(application / "Contents/Resources/ExclusionRules.plist", bytesOf(ruleForSuffix(".own")));
-        writeFile(application / "Contents/Resources/ExclusionRules.plist", ruleForSuffix(".own"));
+        addBothFiles();
         const Override<FileSystem> override(files);
         EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.system"));
         EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
         EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.other"));
+    });
+}
+
+TEST_F(PXExclusionRulesTest, systemsRules_areReadFirst)
+{
+    inProcessOfItsOwn([&] {
+        addBothFiles();
+        const Override<FileSystem> override(files);
+        files.failCall(0, ErrorCode::Io);
+        EXPECT_FALSE(PXExclusionRules::mustExcludePath("/a.system")) << "the first call was to read them";
+        EXPECT_TRUE(PXExclusionRules::mustExcludePath("/a.own"));
     });
 }
 
