@@ -1,4 +1,4 @@
-#include "Classes/PrefPane/DVBox.h"
+#include "Benchmarks/CompressedMaterial.h"
 #include "Classes/PrefPane/ExpansionRun.h"
 #include "Classes/PrefPane/PXUncompressorController.h"
 #include "Classes/PrefPane/UncompressView.h"
@@ -17,14 +17,18 @@
 #include <vector>
 
 // How a panel fares whose user drops a great many small files: how long its main thread was ever away from its events,
-// and how its memory grew. Usage: DropZoneBenchmark COUNT FOLDER. The folder is made, filled and left; where it is
-// there already it is taken as it is.
+// and how its memory grew. Or: how soon a run ends that is cancelled somewhere in a large file, the wait for the medium
+// at its end among that. A folder that is not there is made, filled and left; one of small files is taken as it is.
 
 namespace fs = std::filesystem;
 
+static constexpr const char *kUsage = "Usage: DropZoneBenchmark COUNT FOLDER\n"
+                                      "       DropZoneBenchmark cancel MEBIBYTES FOLDER\n";
 static constexpr int kFilesOfAFolder = 1000;
 static constexpr int kBeatMs = 1;
 static constexpr double kFrameMs = 16;
+static constexpr double kPromptMs = 200;
+static constexpr int kCancels = 40;
 
 static void fill(const Path &folder, int count)
 {
@@ -44,12 +48,15 @@ static double processorTime()
     return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
 }
 
-static void tell(const char *what, std::vector<double> &gaps)
+static void tell(const char *what, std::vector<double> times, double limit)
 {
-    std::ranges::sort(gaps);
-    std::cout << what << ": " << gaps.back() << " ms at most, 99.9 % within " << gaps[gaps.size() * 999 / 1000]
-              << " ms, " << gaps.end() - std::ranges::upper_bound(gaps, kFrameMs) << " of " << gaps.size() << " over "
-              << kFrameMs << " ms\n";
+    if (times.empty())
+        return;
+    std::ranges::sort(times);
+    std::cout << what << ": " << times.back() << " ms at most, half within " << times[times.size() / 2]
+              << " ms, 99.9 % within " << times[times.size() * 999 / 1000] << " ms, "
+              << times.end() - std::ranges::upper_bound(times, limit) << " of " << times.size() << " over " << limit
+              << " ms\n";
 }
 
 /// What the process holds in memory, in KiB.
@@ -63,27 +70,14 @@ static long residentKib()
     return 0;
 }
 
-int main(int argc, char **argv)
+static void waitWhile(const std::function<bool()> &condition)
 {
-    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication application(argc, argv);
-    if (argc != 3) {
-        std::cerr << "Usage: DropZoneBenchmark COUNT FOLDER\n";
-        return 2;
-    }
-    installEngineServices();
-    installPaneServices();
-    const Path folder = argv[2];
-    if (!fs::exists(folder))
-        fill(folder, std::stoi(argv[1]));
+    while (condition())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, kBeatMs);
+}
 
-    UncompressView view;
-    auto *const controller = new PXUncompressorController;
-    view.follow(controller);
-    view.resize(720, 420);
-    view.show();
-    QCoreApplication::processEvents();
-
+static void dropMany(PXUncompressorController &controller, const Path &folder)
+{
     std::vector<double> gaps;
     std::vector<double> work;
     double beforeBeat = processorTime();
@@ -105,14 +99,95 @@ int main(int argc, char **argv)
     memory.start(200);
     QElapsedTimer whole;
     whole.start();
-    controller->uncompress({folder});
-    while (controller->uncompressing())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    controller.uncompress({folder});
+    waitWhile([&] { return controller.uncompressing(); });
     std::cout << "took " << whole.elapsed() << " ms\n";
-    tell("away from the events", gaps);
-    tell("of that, at work", work);
+    tell("away from the events", gaps, kFrameMs);
+    tell("of that, at work", work, kFrameMs);
     std::cout << "memory " << before << " KiB before, " << most << " KiB at most, " << residentKib() << " KiB after\n";
-    for (const auto &[reason, count] : controller->run()->takeProgress().counts)
+    for (const auto &[reason, count] : controller.run()->takeProgress().counts)
         std::cout << "files of one reason: " << count << '\n';
+}
+
+struct Drop
+{
+    double expansionMs = 0;   ///< from its beginning to the end of the run or to the cancel
+    double cancelMs = 0;      ///< from there to the end of the run
+    bool isCancelled = false; ///< false when the run had ended by then
+};
+
+/// Drops the file and cancels so long after its expansion has begun.
+static Drop dropOnce(PXUncompressorController &controller, const Path &file, double cancelAfterMs)
+{
+    Drop drop;
+    QElapsedTimer time;
+    const auto elapsed = [&] { return double(time.nsecsElapsed()) / 1e6; };
+    controller.uncompress({file});
+    waitWhile([&] { return controller.run()->takeProgress().current.empty() && controller.uncompressing(); });
+    time.start();
+    waitWhile([&] { return controller.uncompressing() && elapsed() < cancelAfterMs; });
+    drop.expansionMs = elapsed();
+    drop.isCancelled = controller.uncompressing();
+    time.start();
+    controller.cancel();
+    waitWhile([&] { return controller.uncompressing(); });
+    drop.cancelMs = elapsed();
+    QMessageBox *sheet = nullptr;
+    waitWhile([&] { return !(sheet = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())); });
+    sheet->done(0);
+    return drop;
+}
+
+static void dropAndCancel(PXUncompressorController &controller, const Path &folder, std::size_t mebibytes)
+{
+    fs::create_directories(folder);
+    const CompressedMaterial::Subject large(folder / "large", CompressedMaterial::collect(mebibytes << 20));
+    double whole = 0;
+    for (int time = 1; time <= 2; ++time) { // the second time from the cache, as those that follow
+        large.restore();
+        whole = dropOnce(controller, large.file(), 1e9).expansionMs;
+    }
+    std::cout << "the whole expansion took " << whole << " ms\n";
+    std::vector<double> times;
+    int expanded = 0;
+    for (int number = 0; number < kCancels; ++number) {
+        large.restore();
+        const Drop drop = dropOnce(controller, large.file(), whole * number / kCancels);
+        if (!drop.isCancelled)
+            continue;
+        times.push_back(drop.cancelMs);
+        expanded += fs::file_size(large.file()) > 0;
+    }
+    tell("from cancelling to the end", times, kPromptMs);
+    std::cout << expanded << " of them expanded the file all the same\n";
+}
+
+int main(int argc, char **argv)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication application(argc, argv);
+    const bool isToCancel = argc == 4 && argv[1] == std::string("cancel");
+    if (argc != 3 && !isToCancel) {
+        std::cerr << kUsage;
+        return 2;
+    }
+    installEngineServices();
+    installPaneServices();
+    const Path folder = argv[argc - 1];
+    const int number = std::stoi(argv[argc - 2]);
+    UncompressView view;
+    auto *const controller = new PXUncompressorController;
+    view.follow(controller);
+    view.resize(720, 420);
+    view.show();
+    QApplication::setActiveWindow(&view);
+    QCoreApplication::processEvents();
+    if (isToCancel) {
+        dropAndCancel(*controller, folder, std::size_t(number));
+    } else {
+        if (!fs::exists(folder))
+            fill(folder, number);
+        dropMany(*controller, folder);
+    }
     return 0;
 }
