@@ -217,9 +217,10 @@ void WatchedFolders::relocate(PlacedFolders &records, const HistoryDatabase::Loc
     const auto isGoal = [&moves](const std::string &place) {
         return std::ranges::count(moves, place, &HistoryDatabase::Location::folder) > 0;
     };
-    const auto isInTheWay = [&](const PlacedFolder &each) {
+    const auto isInTheWay = [&](PlacedFolder &each) {
         return isGoal(each.record.folder) &&
-               std::ranges::count(moves, each.record.key, &HistoryDatabase::Location::key) == 0;
+               std::ranges::count(moves, each.record.key, &HistoryDatabase::Location::key) == 0 &&
+               (each.record.isEnabled || each.isFound());
     };
     for (auto other = records.begin(); (other = std::ranges::find_if(records, isInTheWay)) != records.end();) {
         if (!other->isFound() || isGoal(other->place()))

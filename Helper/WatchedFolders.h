@@ -55,7 +55,8 @@ public:
     void setProgress(qint64 key, unsigned status, ByteCount savings);
 
     /// Keeps where a moved folder is now. Another that is recorded there and has moved as well gets its own place
-    /// together with it; nothing changes when one that is lost, or that is still there, is recorded there.
+    /// together with it; nothing changes when a watched one that is lost, or one that is still there, is recorded
+    /// there.
     void setLocation(qint64 key, const std::string &folder, const Bytes &alias);
 
 private:

@@ -192,6 +192,29 @@ TEST_F(FolderRecordsTest, setLocation_aLostOneWasThere_nothingChanges)
     EXPECT_THAT(texts(), ElementsAre("a on", "b on", "c on"));
 }
 
+TEST_F(FolderRecordsTest, setLocation_whereAFormerOneWasLost_isKept)
+{
+    watch({"a", "b"});
+    EXPECT_TRUE(remove({"b"}));
+    fs::remove(root / "b");
+    rename("a", "b");
+    surveyFinds(0, "b");
+    EXPECT_THAT(texts(), ElementsAre("b on", "b off"));
+    EXPECT_FALSE(list.add({root / "b"})) << "it is watched";
+    EXPECT_TRUE(remove({"b"}));
+    EXPECT_THAT(texts(), ElementsAre("b off", "b off"));
+}
+
+TEST_F(FolderRecordsTest, add_whereOneWasThatHasTakenTheNameOfALostOne_bothAreWatched)
+{
+    watch({"a", "b"});
+    EXPECT_TRUE(remove({"b"}));
+    fs::remove(root / "b");
+    rename("a", "b");
+    watch({"a"});
+    EXPECT_THAT(texts(), ElementsAre("b on", "b off", "a on"));
+}
+
 TEST_F(FolderRecordsTest, setLocation_recordIsGone_doesNothing)
 {
     watch({"a"});
