@@ -1,6 +1,8 @@
 #include "Helper/FolderRules.h"
 
+#include "Classes/Shared/stringWithFileSystemRepresentation.h"
 #include "Platform/UserFolders.h"
+#include "Platform/isInside.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,21 +17,9 @@ static constexpr const char *kUsersTrees[] = {"/dev/shm",  "/run/media", "/run/u
 // The system's themselves; what is in them may be anybody's.
 static constexpr const char *kSystemFolders[] = {"/Volumes", "/home", "/media", "/mnt", "/opt", "/srv", "/tmp"};
 
-static Path withoutLinks(const Path &path)
-{
-    std::error_code failure;
-    const Path resolved = std::filesystem::canonical(path, failure);
-    return failure ? path.lexically_normal() : resolved;
-}
-
-static bool isInside(const Path &path, const Path &folder)
-{
-    return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
-}
-
 FolderRules::FolderRules(const Path &ownFiles)
-    : m_ownFiles(withoutLinks(ownFiles))
-    , m_home(withoutLinks(UserFolders::current().home().valueOr(Path())))
+    : m_ownFiles(stringByCanonicalizingPath(ownFiles))
+    , m_home(stringByCanonicalizingPath(UserFolders::current().home().valueOr(Path())))
 {
 }
 
@@ -51,7 +41,7 @@ std::optional<FolderRefusal::Reason> FolderRules::reasonAgainst(const Path &fold
     const bool isFolder = folder.is_absolute() && std::filesystem::is_directory(folder, failure);
     if (!isFolder)
         return failure == std::errc::permission_denied ? Reason::Unreadable : Reason::Missing;
-    const Path place = withoutLinks(folder);
+    const Path place = stringByCanonicalizingPath(folder);
     if (place == place.root_path())
         return Reason::WholeDisk;
     if (isInside(place, m_ownFiles))

@@ -1,6 +1,7 @@
 #include "Platform/Fake/FakeFileSystem.h"
 
 #include "Platform/Fake/FakeFileSystemNode.h"
+#include "Platform/isInside.h"
 
 #include <algorithm>
 
@@ -260,12 +261,6 @@ Result<void> FakeFileSystem::makeDirectory(const Path &path, std::uint32_t mode)
     return {};
 }
 
-static bool isBelow(const Path &path, const Path &folder)
-{
-    const std::string prefix = folder == "/" ? "/" : folder.native() + "/";
-    return path.native().starts_with(prefix) && path != folder;
-}
-
 Result<void> FakeFileSystem::moveWithoutReplacing(const Path &from, const Path &to)
 {
     const std::lock_guard lock(m_mutex);
@@ -274,16 +269,16 @@ Result<void> FakeFileSystem::moveWithoutReplacing(const Path &from, const Path &
         return node.failure();
     if (Result<void> place = checkPlace(to); !place)
         return place;
-    if (isBelow(to, from))
+    if (isInside(to, from))
         return Failure::fromErrno(EINVAL, "fake", to);
     std::map<Path, NodePointer> moved;
     for (const auto &[path, each] : m_nodes) {
         if (path == from)
             moved[to] = each;
-        else if (isBelow(path, from))
+        else if (isInside(path, from))
             moved[Path(to.native() + path.native().substr(from.native().size()))] = each;
     }
-    std::erase_if(m_nodes, [&](const auto &entry) { return entry.first == from || isBelow(entry.first, from); });
+    std::erase_if(m_nodes, [&](const auto &entry) { return isInside(entry.first, from); });
     m_nodes.merge(moved);
     return {};
 }
@@ -339,7 +334,7 @@ Result<void> FakeFileSystem::walk(const Path &root, const std::function<bool(con
     const auto device = below.at(root)->status.identity.device;
     std::set<Path> entered{root};
     for (const auto &[path, node] : below) {
-        if (!isBelow(path, root) || !entered.contains(folderOf(path)))
+        if (path == root || !isInside(path, root) || !entered.contains(folderOf(path)))
             continue;
         if (stop.stop_requested())
             return {};

@@ -1,21 +1,18 @@
 #include "Platform/Fake/FakeVolumes.h"
 
-#include <algorithm>
+#include "Platform/isInside.h"
 
-static bool isBelow(const Path &path, const Path &folder)
-{
-    return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
-}
+#include <algorithm>
 
 Result<const FakeVolumes::Volume *> FakeVolumes::holding(const Path &path) const
 {
     if (const std::optional<Failure> failure = failures.next())
         return *failure;
     const bool isMissing =
-        std::any_of(missing.begin(), missing.end(), [&](const Path &each) { return isBelow(path, each); });
+        std::any_of(missing.begin(), missing.end(), [&](const Path &each) { return isInside(path, each); });
     const Volume *found = nullptr;
     for (const Volume &volume : volumes) {
-        if (isBelow(path, volume.mountPoint) && (!found || isBelow(volume.mountPoint, found->mountPoint)))
+        if (isInside(path, volume.mountPoint) && (!found || isInside(volume.mountPoint, found->mountPoint)))
             found = &volume;
     }
     if (isMissing || !found)

@@ -1,6 +1,7 @@
 #include "Platform/Linux/MountTable.h"
 
 #include "Platform/Linux/Descriptor.h"
+#include "Platform/isInside.h"
 
 #include <algorithm>
 #include <functional>
@@ -47,11 +48,6 @@ static std::optional<Mount> parseLine(const std::string &line)
     if (words >> word)
         mount.volumeOptions = unescaped(word);
     return mount;
-}
-
-static bool isBelow(const std::string &path, const std::string &folder)
-{
-    return folder == "/" || (path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/'));
 }
 
 bool Mount::mayHang() const
@@ -123,8 +119,7 @@ const Mount *MountTable::holding(const Path &path) const
         return nullptr;
     for (const Mount &mount : m_mounts) {
         // A later mount on the same point lies over the earlier one.
-        if (isBelow(path.native(), mount.point.native()) &&
-            (!best || mount.point.native().size() >= best->point.native().size()))
+        if (isInside(path, mount.point) && (!best || mount.point.native().size() >= best->point.native().size()))
             best = &mount;
     }
     return best;
