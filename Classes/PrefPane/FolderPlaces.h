@@ -1,28 +1,35 @@
 #pragma once
 
 #include "Classes/PrefPane/HistoryRecord.h"
+#include "Classes/Shared/BackgroundLook.h"
+#include "Classes/Shared/RQAlias.h"
 
 #include <QObject>
 
-#include <chrono>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-/// Remembers where recorded folders are now. A short list is looked up at once; of a long one, what takes too long is
-/// found out on a thread of its own, and until then is as it was found last, or as it was recorded. Main thread.
+/// Remembers where recorded folders are now. That is found out in the background; until it is, a folder is where it was
+/// found last, or as it was recorded. Main thread.
 class FolderPlaces final : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit FolderPlaces(QObject *parent = nullptr);
-    ~FolderPlaces() override;
+    FolderPlaces();
 
-    /// The place of each record, in their order.
+    /// The place of each record, in their order. The first that names any waits a moment, so that a
+    /// short list is right at once.
     std::vector<std::string> placesOf(const std::vector<HistoryRecord> &records);
+
+    /// Folders may be elsewhere now: the next call looks at once, however short a time ago the last look was.
+    void expire() { m_look.expire(); }
+
+    /// Where the alias finds its folder; nothing when it does not, or finds something else. Looks at the disk. Any
+    /// thread.
+    static std::optional<Path> folderOf(const RQAlias &alias);
 
     /// Where the record's alias finds its folder, else the path that was recorded; canonical. Looks at the disk. Any
     /// thread.
@@ -33,21 +40,27 @@ Q_SIGNALS:
     void changed();
 
 private:
-    struct Owner;
+    /// What of a record tells where it is.
+    struct Recorded
+    {
+        std::int64_t key = 0;
+        std::string folder;
+        Bytes alias;
+
+        friend bool operator==(const Recorded &, const Recorded &) = default;
+    };
     struct Known
     {
-        std::string folder; ///< as recorded, with the alias, when the place was found
-        Bytes alias;
+        Recorded recorded;
         std::string place;
     };
 
-    const Known *known(const HistoryRecord &record) const;
-    void keep(const HistoryRecord &record, std::string place);
-    void begin(std::vector<HistoryRecord> records);
-    void finish(std::vector<HistoryRecord> records, std::vector<std::string> places);
+    static Recorded recorded(const HistoryRecord &record) { return {record.key, record.folder, record.alias}; }
+    static std::string look(const Recorded &recorded);
+    const std::string &known(const HistoryRecord &record) const;
+    void take(std::vector<std::pair<Recorded, std::string>> answers);
 
-    std::shared_ptr<Owner> m_owner;
+    BackgroundLook<Recorded, std::string> m_look;
     std::map<std::int64_t, Known> m_known; ///< by the records' keys
-    bool m_isLooking = false;
-    std::optional<std::chrono::steady_clock::time_point> m_lastLook; ///< when the thread was done last
+    bool m_isFirst = true;
 };

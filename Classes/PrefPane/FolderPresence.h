@@ -1,23 +1,25 @@
 #pragma once
 
+#include "Classes/Shared/BackgroundLook.h"
+
 #include <QObject>
 #include <QTimer>
 
-#include <memory>
-#include <optional>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
 
-/// Remembers which paths name nothing. It looks at the disk on a thread of its own, since a network volume that does
-/// not answer may keep that thread for ever. Main thread.
+/// Remembers which paths name nothing. Looks at the disk in the background. Main thread.
 class FolderPresence final : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit FolderPresence(QObject *parent = nullptr);
-    ~FolderPresence() override;
+    using IsMissing = std::function<bool(const std::string &path)>;
+
+    /// `isMissing` takes the place of the look at the disk, on the threads that it is made on; for tests.
+    explicit FolderPresence(IsMissing isMissing = {});
 
     /// Whether nothing was there at the last look; no, before the first and where that cannot be said.
     bool isMissing(const std::string &path) const { return m_missing.contains(path); }
@@ -27,22 +29,17 @@ public:
     void look(std::vector<std::string> paths);
 
     /// Looks at the same paths again.
-    void lookAgain() { look(m_paths); }
+    void lookAgain();
 
 Q_SIGNALS:
     /// The answer for at least one path is another than before.
     void changed();
 
 private:
-    struct Owner;
+    void take(const std::vector<std::pair<std::string, bool>> &answers);
 
-    void begin(std::vector<std::string> paths);
-    void finish(std::set<std::string> missing);
-
-    std::shared_ptr<Owner> m_owner;
-    std::vector<std::string> m_paths;
-    QTimer m_again;
-    bool m_isLooking = false;
-    std::optional<std::vector<std::string>> m_next; ///< asked for meanwhile
+    BackgroundLook<std::string, bool> m_look;
+    std::vector<std::string> m_paths; ///< in order
     std::set<std::string> m_missing;
+    QTimer m_again;
 };

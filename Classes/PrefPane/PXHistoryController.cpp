@@ -23,7 +23,10 @@ void PXHistoryController::init()
     m_lockedStoreTimer.setInterval(kLockedStoreRetry);
     connect(&m_lockedStoreTimer, &QTimer::timeout, this, [this] { savingsNeedRefreshing({}); });
     // A disk that is plugged in again may bring a folder back, at another place perhaps.
-    Workspace::current().watchVolumes([this] { Q_EMIT foldersChanged(); });
+    Workspace::current().watchVolumes([this] {
+        m_folderPlaces.expire();
+        Q_EMIT foldersChanged();
+    });
     connect(&m_requests, &FolderRequests::helperMissed, this, &PXHistoryController::helperMissed);
     connect(&m_folderPlaces, &FolderPlaces::changed, this, &PXHistoryController::foldersChanged);
     refreshTotalSavings();

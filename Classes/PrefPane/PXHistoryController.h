@@ -87,7 +87,8 @@ public:
     /// The alias records of all folders ever watched, in the order of their records.
     std::vector<Bytes> folderAliases();
 
-    /// Where they are now, or were when the alias was made; nothing when there are no aliases.
+    /// Where they are now, or were when the alias was made; one that says neither is left out. Nothing when there are
+    /// no aliases.
     std::optional<std::vector<std::string>> folders();
 
     /// Asks for the volumes of the folders and answers; what follows from them happens a moment later. A folder that is

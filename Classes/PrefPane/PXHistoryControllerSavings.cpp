@@ -3,21 +3,8 @@
 
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/Shared/RQAlias.h"
-#include "Classes/Shared/isDirectory.h"
 
 #include <utility>
-
-/// Where the alias finds its folder; nothing when it does not, or finds something else.
-static std::optional<Path> directoryOf(const RQAlias &alias)
-{
-    const std::optional<Path> path = alias.fullPath();
-    return path && !path->empty() && isDirectory(*path) ? path : std::nullopt;
-}
-
-static RQAlias aliasOf(const Bytes &data)
-{
-    return RQAlias::aliasWithData(data.empty() ? std::nullopt : std::optional(data));
-}
 
 void PXHistoryController::refreshTotalSavings()
 {
@@ -128,8 +115,8 @@ std::optional<std::vector<std::string>> PXHistoryController::folders()
         return std::nullopt;
     std::vector<std::string> folders;
     for (const Bytes &data : aliases) {
-        const RQAlias alias = aliasOf(data);
-        const std::optional<Path> path = directoryOf(alias);
+        const RQAlias alias = RQAlias::aliasWithData(data);
+        const std::optional<Path> path = FolderPlaces::folderOf(alias);
         const std::optional<PropertyList> info = path ? std::nullopt : alias.originalAliasInfo();
         const std::string folder = path ? path->native() : info ? info->string("pathString") : std::string();
         if (!folder.empty())

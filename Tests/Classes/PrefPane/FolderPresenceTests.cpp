@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
+#include <future>
 #include <memory>
 
 namespace fs = std::filesystem;
@@ -84,6 +86,23 @@ TEST_F(FolderPresenceTest, look_pathThatCannotBeReached_isNotCalledMissing)
     presence.look({tooLong, gone});
     ASSERT_TRUE(untilChanges(1));
     EXPECT_FALSE(presence.isMissing(tooLong));
+}
+
+TEST(FolderPresence, folderThatHangs_blindsNoOther)
+{
+    static std::promise<void> s_release;
+    static std::atomic<bool> s_isGone = true;
+    FolderPresence presence([hang = s_release.get_future().share()](const std::string &path) {
+        if (path == "/silent")
+            hang.wait();
+        return path == "/disk" && s_isGone;
+    });
+    presence.look({"/silent", "/disk"});
+    ASSERT_TRUE(waitFor([&] { return presence.isMissing("/disk"); }));
+    s_isGone = false;
+    EXPECT_TRUE(waitFor([&] { return !presence.isMissing("/disk"); })) << "it comes back by itself";
+    EXPECT_FALSE(presence.isMissing("/silent"));
+    s_release.set_value();
 }
 
 TEST_F(FolderPresenceTest, destroyedWhileLooking_endsInPeace)
