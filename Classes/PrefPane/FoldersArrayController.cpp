@@ -1,12 +1,8 @@
 #include "Classes/PrefPane/FoldersArrayController.h"
 
-#include "Classes/PrefPane/PXSizeToPrettySizeTransformer.h"
-#include "Classes/PrefPane/ToolTips.h"
-#include "Classes/Shared/LastPathComponentCompare.h"
-#include "Classes/Shared/map.h"
-
 #include <algorithm>
 #include <numeric>
+#include <set>
 
 FoldersArrayController::FoldersArrayController(QObject *parent)
     : QAbstractTableModel(parent)
@@ -40,7 +36,12 @@ void FoldersArrayController::setContent(const std::vector<HistoryEntry> &content
         endResetModel();
     else
         announceChange();
-    m_presence.look(map(m_arranged, [](const HistoryEntry &entry) { return entry.folder; }));
+    std::vector<std::string> folders;
+    for (const HistoryEntry &entry : m_arranged) {
+        if (entry.sortID != HistoryEntry::kOtherSortID)
+            folders.push_back(entry.folder);
+    }
+    m_presence.look(std::move(folders));
 }
 
 void FoldersArrayController::setSortDescriptors(std::vector<PXSortDescriptor> descriptors)
@@ -110,14 +111,21 @@ void FoldersArrayController::sort(int column, Qt::SortOrder order)
     setSortDescriptors(std::move(descriptors));
 }
 
+bool FoldersArrayController::maySelect(int row) const
+{
+    return !m_rules || m_rules->tableViewShouldSelectRow(row);
+}
+
 std::vector<int> FoldersArrayController::selectionIndexes() const
 {
-    std::vector<int> rows;
-    for (int row = 0; row < rowCount(); ++row) {
-        if (m_selection.rowIntersectsSelection(row))
-            rows.push_back(row);
+    std::set<int> rows;
+    for (const QItemSelectionRange &range : m_selection.selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            if (maySelect(row))
+                rows.insert(row);
+        }
     }
-    return rows;
+    return {rows.begin(), rows.end()};
 }
 
 void FoldersArrayController::setSelectionIndexes(const std::vector<int> &rows)
@@ -125,8 +133,12 @@ void FoldersArrayController::setSelectionIndexes(const std::vector<int> &rows)
     if (rows == selectionIndexes())
         return;
     QItemSelection selection;
-    for (const int row : rows) {
-        if (row >= 0 && row < rowCount() && (!m_rules || m_rules->tableViewShouldSelectRow(row)))
+    for (const int row : std::set(rows.begin(), rows.end())) {
+        if (row < 0 || row >= rowCount() || !maySelect(row))
+            continue;
+        if (!selection.empty() && selection.back().bottom() + 1 == row) // neighbours make one range
+            selection.back() = {selection.back().topLeft(), index(row, kColumnCount - 1)};
+        else
             selection.select(index(row, 0), index(row, kColumnCount - 1));
     }
     m_selection.select(selection, QItemSelectionModel::ClearAndSelect);
@@ -148,113 +160,6 @@ int FoldersArrayController::rowCount(const QModelIndex &parent) const
 int FoldersArrayController::columnCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : kColumnCount;
-}
-
-QVariant FoldersArrayController::data(const QModelIndex &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
-        return {};
-    const HistoryEntry &entry = m_arranged[static_cast<std::size_t>(index.row())];
-    switch (role) {
-    case Qt::DisplayRole:
-        return displayed(entry, index.column());
-    case Qt::AccessibleTextRole:
-        return spoken(index);
-    case Qt::ToolTipRole:
-        return tip(index);
-    case StateRole:
-        return cell(index).state;
-    case MissingRole:
-        return m_presence.isMissing(entry.folder);
-    default:
-        return {};
-    }
-}
-
-QVariant FoldersArrayController::displayed(const HistoryEntry &entry, int column) const
-{
-    switch (column) {
-    case FolderColumn:
-        return QString::fromStdString(entry.folder);
-    case PathColumn:
-        return QString::fromStdString(entry.path);
-    case StatusColumn:
-        return entry.status;
-    default:
-        return QVariant::fromValue<qulonglong>(entry.savings);
-    }
-}
-
-/// What a cell cannot show: a path that is cut off, the exact number of bytes.
-QString FoldersArrayController::tip(const QModelIndex &index) const
-{
-    const HistoryEntry &entry = m_arranged[static_cast<std::size_t>(index.row())];
-    switch (index.column()) {
-    case StatusColumn:
-        return cell(index).isEnabled ? tr("%1 % looked through").arg(std::min(entry.status, 100U)) : QString();
-    case SavingsColumn:
-        return exactSize(entry.savings);
-    default:
-        return plainToolTip(QString::fromStdString(entry.path));
-    }
-}
-
-/// What a cell says to somebody who does not see it.
-QString FoldersArrayController::spoken(const QModelIndex &index) const
-{
-    const HistoryEntry &entry = m_arranged[static_cast<std::size_t>(index.row())];
-    switch (index.column()) {
-    case FolderColumn:
-        return lastPathComponent(QString::fromStdString(entry.folder));
-    case PathColumn:
-        return QString::fromStdString(entry.path);
-    case StatusColumn: {
-        const HistoryCell shown = cell(index);
-        if (!shown.isEnabled)
-            return {};
-        return shown.state ? tr("%1 %").arg(std::min(entry.status, 100U)) : tr("OFF");
-    }
-    default:
-        return PXSizeToPrettySizeTransformer().transformedValue(QVariant::fromValue<qulonglong>(entry.savings));
-    }
-}
-
-QVariant FoldersArrayController::headerData(int section, Qt::Orientation orientation, int role) const
-{
-    if (orientation == Qt::Horizontal && role == Qt::TextAlignmentRole && section >= StatusColumn)
-        return int(Qt::AlignCenter);
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
-        return QAbstractTableModel::headerData(section, orientation, role);
-    switch (section) {
-    case FolderColumn:
-        return tr("Folder");
-    case PathColumn:
-        return tr("Path");
-    case StatusColumn:
-        return tr("Status");
-    case SavingsColumn:
-        return tr("Savings");
-    default:
-        return {};
-    }
-}
-
-Qt::ItemFlags FoldersArrayController::flags(const QModelIndex &index) const
-{
-    if (!index.isValid())
-        return Qt::NoItemFlags;
-    Qt::ItemFlags flags = Qt::ItemNeverHasChildren;
-    flags.setFlag(Qt::ItemIsEnabled, cell(index).isEnabled);
-    flags.setFlag(Qt::ItemIsSelectable, !m_rules || m_rules->tableViewShouldSelectRow(index.row()));
-    return flags;
-}
-
-HistoryCell FoldersArrayController::cell(const QModelIndex &index) const
-{
-    HistoryCell cell;
-    if (m_rules)
-        m_rules->tableViewWillDisplayCell(cell, index.column(), index.row());
-    return cell;
 }
 
 const char *FoldersArrayController::keyOf(int column)

@@ -36,7 +36,7 @@ public:
     enum Column { FolderColumn, PathColumn, StatusColumn, SavingsColumn, kColumnCount };
     enum Role {
         StateRole = Qt::UserRole, ///< bool: the state of the cell
-        MissingRole               ///< bool: when last looked at, nothing was where the row's folder should be
+        MissingRole ///< bool: nothing was where the row's folder should be when last looked at, or it stands for none
     };
 
     explicit FoldersArrayController(QObject *parent = nullptr);
@@ -81,6 +81,7 @@ public:
 private:
     std::vector<std::size_t> arrangement(const std::vector<HistoryEntry> &entries) const;
     void rearrange();
+    bool maySelect(int row) const;
     HistoryCell cell(const QModelIndex &index) const;
     void announceChange();
     QVariant displayed(const HistoryEntry &entry, int column) const;

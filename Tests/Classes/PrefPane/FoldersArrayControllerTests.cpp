@@ -1,6 +1,9 @@
 #include "Classes/PrefPane/FoldersArrayController.h"
 
 #include <QAbstractItemModelTester>
+#include <QHeaderView>
+#include <QTableView>
+#include <QTest>
 
 #include <gmock/gmock.h>
 
@@ -111,6 +114,32 @@ TEST_F(FoldersArrayControllerTest, sort_selectionGoesWithItsEntry)
     EXPECT_EQ(m_array.selectedObjects().front().folder, "/a");
 }
 
+TEST_F(FoldersArrayControllerTest, otherRow_isNoFolderThatHasToBeLookedFor)
+{
+    m_array.setContent({folder("/", 1, 1), kOther});
+    EXPECT_FALSE(m_array.index(0, 0).data(FoldersArrayController::MissingRole).toBool());
+    EXPECT_TRUE(m_array.index(1, 0).data(FoldersArrayController::MissingRole).toBool());
+}
+
+TEST_F(FoldersArrayControllerTest, sort_firstClickOnAHeader_ascends)
+{
+    m_array.setContent({folder("/b", 1, 1), folder("/a", 1, 2)});
+    QTableView table;
+    table.setModel(&m_array);
+    table.setSortingEnabled(true);
+    table.sortByColumn(FoldersArrayController::FolderColumn, Qt::AscendingOrder);
+    table.show();
+    QHeaderView &header = *table.horizontalHeader();
+    const auto click = [&](int column) {
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {},
+                          {header.sectionViewportPosition(column) + 10, header.height() / 2});
+    };
+    click(FoldersArrayController::SavingsColumn);
+    EXPECT_THAT(names(), ElementsAre("/b", "/a"));
+    click(FoldersArrayController::SavingsColumn);
+    EXPECT_THAT(names(), ElementsAre("/a", "/b"));
+}
+
 TEST_F(FoldersArrayControllerTest, sort_unknownColumn_changesNothing)
 {
     m_array.setContent({folder("/b", 1, 1), folder("/a", 1, 2)});
@@ -126,6 +155,17 @@ TEST_F(FoldersArrayControllerTest, selection_rowsThatAreNotThere_areIgnored)
     EXPECT_THAT(m_array.selectionIndexes(), ElementsAre(0));
     m_array.setSelectionIndexes({});
     EXPECT_THAT(m_array.selectionIndexes(), IsEmpty());
+}
+
+TEST_F(FoldersArrayControllerTest, selection_inSeveralPieces_isKeptInOrder)
+{
+    std::vector<HistoryEntry> content;
+    for (int number = 10; number < 20; ++number)
+        content.push_back(folder("/" + std::to_string(number), 1, 1));
+    m_array.setContent(content);
+    m_array.setSelectionIndexes({7, 1, 2, 3, 9, 2});
+    EXPECT_THAT(m_array.selectionIndexes(), ElementsAre(1, 2, 3, 7, 9));
+    EXPECT_EQ(m_array.selectionModel()->selection().size(), 3) << "neighbours are one piece";
 }
 
 TEST_F(FoldersArrayControllerTest, rules_disabledRow_isNeitherEnabledNorSelectable)
