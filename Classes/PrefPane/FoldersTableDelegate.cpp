@@ -27,9 +27,14 @@ static QIcon iconOf(QStyle::StandardPixmap which)
 
 FoldersTableDelegate::FoldersTableDelegate(QObject *parent)
     : QStyledItemDelegate(parent)
-    , m_folderIcon(iconOf(QStyle::SP_DirIcon))
-    , m_plainIcon(iconOf(QStyle::SP_FileIcon))
 {
+    loadIcons();
+}
+
+void FoldersTableDelegate::loadIcons()
+{
+    m_folderIcon = iconOf(QStyle::SP_DirIcon);
+    m_plainIcon = iconOf(QStyle::SP_FileIcon);
 }
 
 CellContext FoldersTableDelegate::context(const QStyleOptionViewItem &option, const QModelIndex &index) const
@@ -54,9 +59,10 @@ void FoldersTableDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
         PXSavingsCell::drawInteriorWithFrame};
     QStyleOptionViewItem shown = option;
     initStyleOption(&shown, index);
+    shown.state.setFlag(QStyle::State_Active); // the cells draw on the strong selection, whoever has the keys
     const QStyle *const style = option.widget ? option.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &shown, painter, option.widget);
-    kDraw[index.column()](option.rect, context(shown, index), *painter);
+    kDraw[index.column()](option.rect, context(shown, index), m_texts, *painter);
 }
 
 QSize FoldersTableDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const

@@ -16,6 +16,9 @@ public:
 
     explicit FoldersTableDelegate(QObject *parent = nullptr);
 
+    /// Takes the icons from the desktop's theme anew.
+    void loadIcons();
+
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
@@ -24,4 +27,5 @@ private:
 
     QIcon m_folderIcon;
     QIcon m_plainIcon;
+    mutable EllipsizedTexts m_texts;
 };

@@ -2,7 +2,7 @@
 
 #include "Classes/PrefPane/PaneColors.h"
 
-QColor colorNamed(NamedColor name, const QPalette &palette)
+QColor colorNamed(NamedColor name, const QPalette &palette, bool isHighlighted)
 {
     const auto role = [&palette](QPalette::ColorRole which) { return palette.color(QPalette::Normal, which); };
     switch (name) {
@@ -21,7 +21,7 @@ QColor colorNamed(NamedColor name, const QPalette &palette)
     case NamedColor::White:
         return Qt::white;
     case NamedColor::Black:
-        return Qt::black;
+        return !isHighlighted && isDark(palette) ? role(QPalette::Text) : QColor(Qt::black);
     }
     return {};
 }

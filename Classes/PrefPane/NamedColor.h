@@ -16,5 +16,6 @@ enum class NamedColor {
     Black
 };
 
-/// What the palette of a list makes of it, with the brightness that the palette's background asks for.
-QColor colorNamed(NamedColor name, const QPalette &palette);
+/// What the palette of a list makes of it, with the brightness that the palette's background asks for. White and black
+/// are just that, but for black on a dark list outside of a highlighted row: there it is the list's text.
+QColor colorNamed(NamedColor name, const QPalette &palette, bool isHighlighted = false);

@@ -11,8 +11,8 @@ struct Layout
     QRectF icon;
 };
 
-Layout layout(const QRectF &frame, const CellContext &context, double textHeight, const MeasureText &measure = widthOf);
+Layout layout(const QRectF &frame, const CellContext &context, double textHeight, EllipsizedTexts &texts);
 
-void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter);
+void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, EllipsizedTexts &texts, QPainter &painter);
 
 } // namespace PXFoldersCell

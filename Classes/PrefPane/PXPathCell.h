@@ -5,9 +5,8 @@
 /// Draws a whole path, or the sentence that stands in its place.
 namespace PXPathCell {
 
-CellText layout(const QRectF &frame, const CellContext &context, double textHeight,
-                const MeasureText &measure = widthOf);
+CellText layout(const QRectF &frame, const CellContext &context, double textHeight, EllipsizedTexts &texts);
 
-void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter);
+void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, EllipsizedTexts &texts, QPainter &painter);
 
 } // namespace PXPathCell

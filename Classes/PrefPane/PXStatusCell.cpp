@@ -43,7 +43,7 @@ static QPainterPath checkMarkAround(QPointF centre)
 
 static CellText off(const QRectF &frame, const CellContext &context, const MeasureText &measure)
 {
-    const NamedColor color = context.isHighlighted ? NamedColor::AlternateSelectedControlText : NamedColor::ControlText;
+    const NamedColor color = context.isHighlighted ? NamedColor::White : NamedColor::Black;
     const AttributedString text(QStringLiteral("OFF"), TextFieldCell::attributes(color, context));
     const double width = measure(text);
     // The width stands for the height too, which lifts the word to the middle of the ring's place.
@@ -75,19 +75,26 @@ PXStatusCell::Layout PXStatusCell::layout(const QRectF &frame, const CellContext
     return layout;
 }
 
-void PXStatusCell::drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter)
+void PXStatusCell::drawInteriorWithFrame(const QRectF &frame, const CellContext &context, EllipsizedTexts &texts,
+                                         QPainter &painter)
 {
-    const Layout layout = PXStatusCell::layout(frame, context);
-    const auto color = [&context](const Shape &shape) { return colorNamed(shape.color, context.palette); };
+    const Layout layout = PXStatusCell::layout(frame, context, texts.measure());
+    const auto color = [&context](const Shape &shape) {
+        return colorNamed(shape.color, context.palette, context.isHighlighted);
+    };
+    // Lines as thin as the ring get coarse where the toolkit draws them as such.
+    const auto stroke = [&](const Shape &shape, const QPen &pen) {
+        painter.fillPath(QPainterPathStroker(pen).createStroke(shape.path), color(shape));
+    };
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     if (layout.off)
         layout.off->draw(painter);
     if (layout.ring)
-        painter.strokePath(layout.ring->path, QPen(color(*layout.ring), 1));
+        stroke(*layout.ring, QPen(Qt::SolidPattern, 1));
     if (layout.pie)
         painter.fillPath(layout.pie->path, color(*layout.pie));
     if (layout.check)
-        painter.strokePath(layout.check->path, QPen(color(*layout.check), kCheckWidth));
+        stroke(*layout.check, QPen(Qt::SolidPattern, kCheckWidth, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
     painter.restore();
 }

@@ -24,8 +24,8 @@ struct Layout
     std::optional<Shape> check;  ///< a line two points wide
 };
 
-Layout layout(const QRectF &frame, const CellContext &context, const MeasureText &measure = widthOf);
+Layout layout(const QRectF &frame, const CellContext &context, const MeasureText &measure);
 
-void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, QPainter &painter);
+void drawInteriorWithFrame(const QRectF &frame, const CellContext &context, EllipsizedTexts &texts, QPainter &painter);
 
 } // namespace PXStatusCell

@@ -7,6 +7,7 @@ void CellText::draw(QPainter &painter) const
     QPointF corner = rect.topLeft();
     qsizetype start = 0;
     painter.save();
+    painter.setClipRect(rect, Qt::IntersectClip);
     for (const AttributedString::Run &run : text.runs()) {
         const QFontMetricsF metrics(run.attributes.font);
         const QString part = text.text().mid(start, run.length);
@@ -49,5 +50,5 @@ NamedColor TextFieldCell::pathColor(const CellContext &context)
 
 TextAttributes TextFieldCell::attributes(NamedColor color, const CellContext &context)
 {
-    return {font(), colorNamed(color, context.palette)};
+    return {font(), colorNamed(color, context.palette, context.isHighlighted)};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Classes/PrefPane/EllipsizedTexts.h"
 #include "Classes/PrefPane/NamedColor.h"
 #include "Classes/Shared/AttributedString.h"
 
@@ -27,6 +28,7 @@ struct CellText
     AttributedString text;
     QRectF rect;
 
+    /// Draws what the rectangle has room for.
     void draw(QPainter &painter) const;
 };
 
