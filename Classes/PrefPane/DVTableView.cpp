@@ -1,5 +1,7 @@
 #include "Classes/PrefPane/DVTableView.h"
 
+#include "Classes/PrefPane/FocusRing.h"
+
 #include <QApplication>
 #include <QDropEvent>
 #include <QKeyEvent>
@@ -113,7 +115,8 @@ bool DVTableView::edit(const QModelIndex &index, EditTrigger trigger, QEvent *ev
 
 void DVTableView::endEditing()
 {
-    QWidget *const editor = static_cast<FieldEditing *>(itemDelegate())->editor();
+    const auto *const editing = dynamic_cast<FieldEditing *>(itemDelegate());
+    QWidget *const editor = editing ? editing->editor() : nullptr;
     if (state() != EditingState || !editor)
         return;
     commitData(editor);
@@ -136,19 +139,39 @@ bool DVTableView::mayDrop(const QDropEvent &event)
 
 void DVTableView::dragEnterEvent(QDragEnterEvent *event)
 {
+    setTarget(mayDrop(*event) && event->possibleActions().testFlag(Qt::CopyAction));
     dragMoveEvent(event);
 }
 
 void DVTableView::dragMoveEvent(QDragMoveEvent *event)
 {
-    if (!mayDrop(*event) || !event->possibleActions().testFlag(Qt::CopyAction))
+    if (!m_isTarget)
         return event->ignore();
     event->setDropAction(Qt::CopyAction);
     event->accept();
 }
 
+void DVTableView::dragLeaveEvent(QDragLeaveEvent *)
+{
+    setTarget(false);
+}
+
+void DVTableView::setTarget(bool isTarget)
+{
+    if (std::exchange(m_isTarget, isTarget) != isTarget)
+        viewport()->update();
+}
+
+void DVTableView::paintEvent(QPaintEvent *event)
+{
+    QTableView::paintEvent(event);
+    if (m_isTarget)
+        FocusRing::drawIn(*viewport());
+}
+
 void DVTableView::dropEvent(QDropEvent *event)
 {
+    setTarget(false);
     if (!mayDrop(*event) || !m_dataSource->tableViewAcceptDrop(*this, *event->mimeData(), event->source()))
         return event->ignore();
     event->setDropAction(Qt::CopyAction);

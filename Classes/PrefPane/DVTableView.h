@@ -81,12 +81,18 @@ protected:
     void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+
+    /// Draws a frame while something is over the table that may be dropped on it.
+    void paintEvent(QPaintEvent *event) override;
 
 private:
     bool mayDrop(const QDropEvent &event);
+    void setTarget(bool isTarget);
 
     DVTableViewDelegate *m_delegate = nullptr;
     DVTableViewDataSource *m_dataSource = nullptr;
+    bool m_isTarget = false; ///< of a drag; found out once, since that may look at many files
     std::optional<QString> m_validationCharacterSet;
 };

@@ -30,9 +30,14 @@ bool FocusRing::eventFilter(QObject *watched, QEvent *event)
 
 void FocusRing::paintEvent(QPaintEvent *)
 {
-    QPainter painter(this);
+    drawIn(*this);
+}
+
+void FocusRing::drawIn(QWidget &widget)
+{
+    QPainter painter(&widget);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(palette().color(QPalette::Highlight), kWidth));
+    painter.setPen(QPen(widget.palette().color(QPalette::Active, QPalette::Highlight), kWidth));
     const double inset = kWidth / 2;
-    painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kWidth, kWidth);
+    painter.drawRoundedRect(QRectF(widget.rect()).adjusted(inset, inset, -inset, -inset), kWidth, kWidth);
 }

@@ -11,6 +11,9 @@ class FocusRing final : public QWidget
 public:
     explicit FocusRing(QWidget *widget);
 
+    /// Draws such a ring inside the edge of a widget that is being painted.
+    static void drawIn(QWidget &widget);
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:

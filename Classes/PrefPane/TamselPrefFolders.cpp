@@ -71,6 +71,8 @@ void TamselPref::pasteFolders(const QMimeData &content)
 {
     if (std::vector<std::string> folders = directoriesAmong(pathsIn(content)); !folders.empty())
         history()->addFolders(std::move(folders));
+    else
+        foldersTableView()->beep();
 }
 
 std::optional<std::vector<std::string>> TamselPref::foldersInPasteboard(const QMimeData &pasteboard)

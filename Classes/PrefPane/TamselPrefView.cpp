@@ -17,6 +17,9 @@
 #include <QKeyEvent>
 #include <QMimeData>
 
+static constexpr int kWidestRefusedName = 360;
+static constexpr int kMostRefusalsInTip = 10;
+
 TamselPrefView::TamselPrefView(const Bundle &bundle)
     : m_ui(std::make_unique<Ui::TamselPref>())
 {
@@ -136,6 +139,8 @@ void TamselPrefView::followFolders(FoldersArrayController *folders)
 void TamselPrefView::changeEvent(QEvent *event)
 {
     QWidget::changeEvent(event);
+    if ((event->type() == QEvent::StyleChange || event->type() == QEvent::PaletteChange) && m_folders)
+        static_cast<FoldersTableDelegate *>(m_ui->foldersTableView->itemDelegate())->loadIcons();
     // Whoever comes back to the window may have moved a folder meanwhile.
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_folders)
         m_folders->lookForFolders();
@@ -163,9 +168,11 @@ void TamselPrefView::setTotalSavings(quint64 byteCount)
     m_ui->totalSavingsTextField->setToolTip(exactSize(byteCount));
 }
 
-static QString sentenceOn(const FolderRefusal &refusal)
+/// A name may be long, and without a place to break it.
+static QString sentenceOn(const FolderRefusal &refusal, const QFontMetrics &metrics)
 {
-    const QString folder = QFile::decodeName(refusal.folder.c_str());
+    const QString folder =
+        metrics.elidedText(QFile::decodeName(refusal.folder.c_str()), Qt::ElideMiddle, kWidestRefusedName);
     switch (refusal.reason) {
     case FolderRefusal::Reason::Missing:
         return TamselPrefView::tr("“%1” was not added: there is no such folder.").arg(folder);
@@ -188,13 +195,13 @@ void TamselPrefView::setRefusals(const std::vector<FolderRefusal> &refusals)
 {
     QStringList sentences;
     for (const FolderRefusal &refusal : refusals)
-        sentences.append(sentenceOn(refusal));
+        sentences.append(sentenceOn(refusal, m_ui->refusalsLabel->fontMetrics()));
     QString line = sentences.value(0);
     if (sentences.size() > 1)
         line += QLatin1Char(' ') + (sentences.size() == 2 ? tr("And one more was not.")
                                                           : tr("And %1 more were not.").arg(sentences.size() - 1));
     m_ui->refusalsLabel->setText(line);
-    m_ui->refusalsLabel->setToolTip(plainToolTip(sentences.join(u'\n')));
+    m_ui->refusalsLabel->setToolTip(plainToolTip(sentences.mid(0, kMostRefusalsInTip).join(u'\n')));
     m_ui->refusalsLabel->setVisible(!sentences.isEmpty());
 }
 

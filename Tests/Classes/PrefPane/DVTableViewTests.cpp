@@ -1,9 +1,11 @@
 #include "Classes/PrefPane/DVTableView.h"
 
+#include <QDragEnterEvent>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QStandardItemModel>
+#include <QStyledItemDelegate>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -207,4 +209,75 @@ TEST_F(DVTableViewTest, withoutDelegate_editsAndEnds)
     QTest::keyClick(&editor, Qt::Key_Return);
     QCoreApplication::processEvents();
     EXPECT_EQ(model.item(1)->text(), QStringLiteral("new"));
+}
+
+// Dragging
+
+namespace {
+
+/// Takes what has text, and counts how often it is asked.
+class TextTaking final : public DVTableViewDataSource
+{
+public:
+    bool tableViewValidateDrop(DVTableView &, const QMimeData &data) override { return ++asked, data.hasText(); }
+    bool tableViewAcceptDrop(DVTableView &, const QMimeData &, const QObject *) override { return true; }
+
+    int asked = 0;
+};
+
+class DVTableViewDragTest : public DVTableViewTest
+{
+protected:
+    DVTableViewDragTest()
+    {
+        table.setDataSource(&source);
+        table.setAcceptDrops(true);
+    }
+
+    template <class Event>
+    void send(const QMimeData &data)
+    {
+        Event event({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(table.viewport(), &event);
+    }
+    QImage look() { return table.viewport()->grab().toImage(); }
+
+    TextTaking source;
+    const QImage before = look();
+};
+
+} // namespace
+
+TEST_F(DVTableViewDragTest, whatMayBeDropped_isShownUntilItLeaves)
+{
+    QMimeData text;
+    text.setText(QStringLiteral("text"));
+    send<QDragEnterEvent>(text);
+    EXPECT_NE(look(), before);
+    QDragLeaveEvent leave;
+    QCoreApplication::sendEvent(table.viewport(), &leave);
+    EXPECT_EQ(look(), before);
+    send<QDragEnterEvent>(text);
+    send<QDropEvent>(text);
+    EXPECT_EQ(look(), before);
+    send<QDragEnterEvent>(QMimeData());
+    EXPECT_EQ(look(), before) << "it is not taken";
+}
+
+TEST_F(DVTableViewDragTest, manyMoves_askOnce)
+{
+    QMimeData text;
+    text.setText(QStringLiteral("text"));
+    send<QDragEnterEvent>(text);
+    for (int move = 0; move < 20; ++move)
+        send<QDragMoveEvent>(text);
+    EXPECT_EQ(source.asked, 1);
+}
+
+TEST_F(DVTableViewTest, endEditing_ofCellsThatAnotherDraws_doesNothing)
+{
+    QStyledItemDelegate other;
+    table.setItemDelegate(&other);
+    table.endEditing();
+    EXPECT_THAT(delegate.ended, IsEmpty());
 }

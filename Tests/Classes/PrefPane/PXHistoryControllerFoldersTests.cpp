@@ -4,6 +4,7 @@
 #include "Tests/Classes/PrefPane/PaneWithHistory.h"
 #include "Tests/Support/WaitFor.h"
 
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -241,6 +242,10 @@ TEST_F(WatchedFoldersOfTheUser, deleteKeyOfTheTable_removesWhatIsSelected)
     ASSERT_TRUE(database->addFolder("/a", {}));
     announceSavings();
     array.setSelectionIndexes({0});
-    EXPECT_TRUE(controller()->tableviewRemoveSelectedRowIndexes(table, {7}));
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Delete, Qt::NoModifier);
+    QCoreApplication::sendEvent(&table, &press);
     EXPECT_THAT(posts(), ElementsAre("com.dovrane.pellix.folders foldersToRemove [/a,]"));
+    array.setSelectionIndexes({0});
+    EXPECT_TRUE(controller()->tableviewRemoveSelectedRowIndexes(table, {7})) << "the rows named are not looked at";
+    EXPECT_EQ(posts().size(), 2U);
 }

@@ -356,6 +356,19 @@ TEST_F(TamselPrefViewTest, refusedFolders_areNamedBelowTheTable)
     EXPECT_EQ(host.attachedSheet(&window), nullptr) << "no question is asked";
 }
 
+TEST_F(TamselPrefViewTest, refusedFoldersWithLongNames_leaveTheWindowAsItIs)
+{
+    show();
+    const int before = window.minimumSizeHint().width();
+    const FolderRefusal refusal{"/srv/" + std::string(255, 'w'), FolderRefusal::Reason::Missing};
+    const auto database = HistoryFixture::openDatabase(supportFolder() / "history.db");
+    ASSERT_TRUE(database->setRefusals(std::vector(50, refusal)));
+    hear("pellixSavingsChanged");
+    ASSERT_TRUE(find<QLabel>("refusalsLabel").isVisible());
+    EXPECT_EQ(window.minimumSizeHint().width(), before);
+    EXPECT_LT(find<QLabel>("refusalsLabel").toolTip().count(u'\n'), 20);
+}
+
 TEST_F(TamselPrefViewTest, formerFolders_areSummedInAGreyRowThatCountsAsNone)
 {
     record("/srv/a", 100, 2000);
