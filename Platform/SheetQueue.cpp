@@ -11,6 +11,7 @@ SheetQueue::SheetQueue(Present present)
 {
     if (QCoreApplication *const application = QCoreApplication::instance())
         connect(application, &QCoreApplication::aboutToQuit, this, [this] {
+            m_isOver = true;
             abandon([](const Entry &) { return true; });
             runAbandoned();
         });
@@ -20,6 +21,8 @@ SheetQueue::~SheetQueue() = default;
 
 void SheetQueue::begin(QDialog *sheet, QWidget *window, DidEnd didEnd)
 {
+    if (m_isOver)
+        return didEnd(0);
     sheet->setParent(window, Qt::Dialog);
     sheet->setWindowModality(window ? Qt::WindowModal : Qt::NonModal);
     connect(sheet, &QDialog::finished, this, [this, sheet](int result) { finish(sheet, result); });

@@ -33,7 +33,7 @@ public:
 private:
     struct Entry
     {
-        QPointer<QObject> sheet; ///< no dialog any more while it is being destroyed
+        QPointer<QObject> sheet;         ///< no dialog any more while it is being destroyed
         const QWidget *window = nullptr; ///< only compared: it may be gone
         DidEnd didEnd;
         bool isPresented = false;
@@ -45,6 +45,7 @@ private:
     void runAbandoned();
 
     Present m_present;
+    bool m_isOver = false; ///< the application ends; nothing is shown any more
     std::list<Entry> m_entries;
     std::list<DidEnd> m_abandoned; ///< ended with their window, their ends not yet reported
 };

@@ -173,6 +173,23 @@ TYPED_TEST(HostApplicationContract, beginSheet_openWhenTheApplicationQuits_ends)
     EXPECT_EQ(this->ends, (typename TestFixture::Ends{{1, 0}}));
 }
 
+TYPED_TEST(HostApplicationContract, beginSheet_fromTheEndOfAnotherWhenTheApplicationQuits_endsAtOnce)
+{
+    QWidget parent;
+    QDialog first, second;
+    int ended = 0;
+    this->application.beginSheet(&first, &parent, [&](int) {
+        this->application.beginSheet(&second, &parent, [&](int result) {
+            EXPECT_EQ(result, 0);
+            ++ended;
+        });
+    });
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    EXPECT_EQ(ended, 1);
+    EXPECT_FALSE(second.isVisible());
+}
+
 TYPED_TEST(HostApplicationContract, beginSheet_withoutWindow_standsAlone)
 {
     const std::unique_ptr<QDialog> sheet(this->beginSheet(nullptr, 1));
