@@ -2,8 +2,14 @@
 
 #include <QFileDialog>
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
 /// A panel in which folders, or files and folders alike, can be chosen, several at once, and new folders be made.
-/// Starts in the user's home directory.
+/// Starts in the user's home directory. For folders the desktop's own dialog stands in its place where there is one;
+/// the panel is modal then without being seen.
 class OpenPanel final : public QFileDialog
 {
     Q_OBJECT
@@ -21,11 +27,17 @@ public Q_SLOTS:
     /// Takes a selected folder, where an ordinary panel would go into it; a double click still does.
     void accept() override;
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
+    void takeAnswer(const std::optional<std::vector<std::string>> &urls);
     bool canBeChosen(const QString &path) const;
     QStringList selectedRows() const;
     void enableButton();
+    void complain();
 
     Choose m_kind;
     QStringList m_chosen;
+    std::unique_ptr<QObject> m_desktopDialog;
 };

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Qt/BusNotificationCenter.h"
 #include "Platform/Linux/Qt/LinuxWorkspace.h"
 #include "Platform/Linux/Qt/PortalAppearance.h"
+#include "Platform/Linux/Qt/PortalFolderChooser.h"
 #include "Platform/Linux/Qt/QtHostApplication.h"
 #include "Platform/Linux/Qt/SessionBus.h"
 
@@ -21,6 +22,7 @@ void installPaneServices()
     installOnce<ApplicationName, BusApplicationName>(s_bus);
     installOnce<DesktopAppearance, PortalAppearance>(s_bus);
     installOnce<DistributedNotificationCenter, BusNotificationCenter>(s_bus);
+    installOnce<FolderChooser, PortalFolderChooser>(s_bus);
     installOnce<HostApplication, QtHostApplication>();
     installOnce<Workspace, LinuxWorkspace>(s_bus);
 }

@@ -5,6 +5,7 @@
 #include "Platform/Fake/FakeNotificationCenter.h"
 #include "Platform/Fake/FakeSuddenTermination.h"
 #include "Platform/Fake/FakeWorkspace.h"
+#include "Platform/Fake/Qt/FakeFolderChooser.h"
 #include "Platform/Fake/Qt/FakeHostApplication.h"
 
 #include <gtest/gtest.h>
@@ -141,6 +142,7 @@ protected:
     FakeWorkspace workspace;
     FakeLoginWindow loginWindow;
     FakeHostApplication host;
+    FakeFolderChooser chooser;
     NotingCenter notingCenter{journal, center};
 
     /// Makes a bundle with tools at `path`.
@@ -157,5 +159,6 @@ private:
     Override<Workspace> m_installedWorkspace{m_notingWorkspace};
     Override<LoginWindow> m_installedLoginWindow{loginWindow};
     Override<HostApplication> m_installedHost{host};
+    Override<FolderChooser> m_installedChooser{chooser};
     std::unique_ptr<TamselPref> m_pane;
 };

@@ -13,10 +13,12 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListView>
 #include <QMimeData>
 #include <QTest>
 #include <QToolButton>
+#include <QToolTip>
 
 #include <gmock/gmock.h>
 
@@ -201,7 +203,10 @@ TEST_F(TamselPrefFoldersTest, paste_ofCopiedFolders_addsThem)
 TEST_F(TamselPrefFoldersTest, paste_withoutAFolder_asksForNothing)
 {
     QApplication::clipboard()->setText(QStringLiteral("no path"));
+    int beeps = 0;
+    QObject::connect(&table(), &DVTableView::beeped, [&] { ++beeps; });
     QTest::keyClick(&table(), Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(beeps, 1);
     runFor(30);
     EXPECT_THAT(center.posts(), IsEmpty());
 }
@@ -259,6 +264,65 @@ TEST_F(TamselPrefFoldersTest, addFolder_severalChosen_addsThem)
     panel()->accept();
     ASSERT_TRUE(waitUntilAsked());
     EXPECT_THAT(asked(), ElementsAre(first.native(), second.native()));
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_typedName_mustBeThatOfAFolder)
+{
+    pane().addFolder();
+    panel()->open();
+    ASSERT_TRUE(waitFor([this] { return panel()->isVisible() && !panel()->testAttribute(Qt::WA_DontShowOnScreen); }));
+    QApplication::setActiveWindow(panel());
+    auto *const name = panel()->findChild<QLineEdit *>();
+    const auto type = [&](const QString &text) {
+        name->setText(text);
+        ASSERT_TRUE(waitFor([&] { return name->setFocus(), name->hasFocus(); }));
+        panel()->accept();
+    };
+    for (const char *text : {"Frist", "file.txt"}) {
+        type(QString::fromLatin1(text));
+        ASSERT_NE(panel(), nullptr) << text;
+        EXPECT_EQ(QToolTip::text(), QStringLiteral("There is no such folder.")) << text;
+        QToolTip::hideText();
+    }
+    type(QStringLiteral("First"));
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(first.native()));
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_desktopWithoutADialog_showsThePanel)
+{
+    pane().addFolder();
+    panel()->open();
+    EXPECT_TRUE(panel()->testAttribute(Qt::WA_DontShowOnScreen)) << "it is not known yet";
+    EXPECT_TRUE(waitFor([this] { return panel()->isVisible() && !panel()->testAttribute(Qt::WA_DontShowOnScreen); }));
+    EXPECT_EQ(QApplication::activeModalWidget(), panel());
+    EXPECT_EQ(chooser.questions().size(), 1U);
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_dialogOfTheDesktop_isASheetOfItsOwnLook)
+{
+    chooser.setAnswer({"file://" + first.native(), "file://" + second.parent_path().native() + "/Second%20folder/"});
+    pane().addFolder();
+    panel()->open();
+    ASSERT_EQ(chooser.questions().size(), 1U);
+    EXPECT_EQ(chooser.questions().front().title, "Watch folders");
+    EXPECT_EQ(chooser.questions().front().button, "Add");
+    EXPECT_EQ(chooser.questions().front().start, PrivateHome::current().home());
+    EXPECT_EQ(QApplication::activeModalWidget(), panel()) << "the window waits for it";
+    EXPECT_TRUE(panel()->testAttribute(Qt::WA_DontShowOnScreen));
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(first.native(), second.native()));
+    EXPECT_EQ(panel(), nullptr);
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_dialogOfTheDesktopCancelled_asksForNothing)
+{
+    chooser.setAnswer({});
+    pane().addFolder();
+    panel()->open();
+    EXPECT_TRUE(waitFor([this] { return !panel(); }));
+    runFor(30);
+    EXPECT_THAT(center.posts(), IsEmpty());
 }
 
 TEST_F(TamselPrefFoldersTest, addFolder_cancelled_asksForNothing)
