@@ -50,6 +50,17 @@ bool VirtualDisplay::click(const std::string &title, const QPoint &point)
                              << QStringLiteral("1"));
 }
 
+bool VirtualDisplay::drag(const std::string &title, const QPoint &from, const QPoint &to)
+{
+    const auto moveTo = [&](const QPoint &point) {
+        return run(search(title) << QStringLiteral("mousemove") << QStringLiteral("--sync")
+                                 << QStringLiteral("--window") << QStringLiteral("%1") << QString::number(point.x())
+                                 << QString::number(point.y()));
+    };
+    const auto button = [&](const char *what) { return run({QString::fromLatin1(what), QStringLiteral("1")}); };
+    return moveTo(from) && button("mousedown") && moveTo((from + to) / 2) && moveTo(to) && button("mouseup");
+}
+
 bool VirtualDisplay::press(const QStringList &keys)
 {
     return run(QStringList{QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("60")} + keys);

@@ -25,6 +25,9 @@ public:
     /// Clicks with the pointer at this point of the window with such a title; answers whether there is one.
     bool click(const std::string &title, const QPoint &point);
 
+    /// Moves the pointer from one point to another with its button held; answers whether there is such a window.
+    bool drag(const std::string &title, const QPoint &from, const QPoint &to);
+
     /// Presses keys, each named as X names it ("Return", "ctrl+v"), in the window that is active.
     bool press(const QStringList &keys);
     bool type(const std::string &text);
