@@ -53,6 +53,9 @@ public:
 
     /// Fills `buffer` from `offset`; fewer bytes than asked for only at the end of the fork.
     virtual Result<std::size_t> readAt(ByteCount offset, std::span<std::uint8_t> buffer) const = 0;
+
+    /// Whether it lies beside its file, so that it is still there when the file has been replaced.
+    virtual bool isBeside() const { return false; }
 };
 
 /// A file whose content lies in its resource fork, as it is to be made.

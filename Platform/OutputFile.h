@@ -4,6 +4,7 @@
 #include "Platform/Types.h"
 
 #include <cstdint>
+#include <functional>
 
 struct FileStatus;
 
@@ -27,10 +28,12 @@ public:
     virtual Result<void> makeLike(const Path &original, const FileStatus &examined) = 0;
 
     /// Renames a scratch file over the one at `destination`, which must still be that of the status `examined` with
-    /// neither size nor modification time changed. Answers whether that is sure to outlast a power failure: what the
-    /// old file needs must be kept where it is not. Errors: Busy when either file is not what it was, Permission, Io;
-    /// the destination is untouched then.
-    virtual Result<bool> replace(const Path &destination, const FileStatus &examined) = 0;
+    /// neither size, modification time nor count of names changed. `mayReplace` is asked just before that, with all
+    /// else done. Answers whether the rename is sure to outlast a power failure: what the old file needs must be kept
+    /// where it is not. Errors: Busy when either file is not what it was or `mayReplace` says no, Permission, Io; the
+    /// destination is untouched then, but for attributes that it could not keep with it.
+    virtual Result<bool> replace(const Path &destination, const FileStatus &examined,
+                                 const std::function<bool()> &mayReplace = [] { return true; }) = 0;
 
     /// BSD `st_flags` of the file, wherever it lies by now.
     virtual Result<void> setFlags(std::uint32_t flags) = 0;

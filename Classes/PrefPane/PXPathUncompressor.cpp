@@ -5,6 +5,7 @@
 #include "Classes/Shared/DVHFSUncompressor.h"
 #include "Classes/Shared/HFSCompression.h"
 #include "Classes/Shared/LeftLocks.h"
+#include "Classes/Shared/TemporaryFiles.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ThisProcess.h"
 
@@ -76,6 +77,14 @@ static bool removeIfAbandoned(const Path &path, const FileStatus &status)
     return !files.status(path);
 }
 
+/// An expansion that was killed may have left the flag cleared and its output, which can be large, half written.
+static void removeAbandonedPartsOf(const Path &path)
+{
+    FileSystem &files = FileSystem::current();
+    files.removeAbandoned(getTemporaryFileNameBasedOnExistingPath(path));
+    files.removeAbandonedPartsOf(path);
+}
+
 std::uint32_t PXPathUncompressor::expandFile(const char *path)
 {
     const Result<FileStatus> status = FileSystem::current().status(path);
@@ -87,6 +96,8 @@ std::uint32_t PXPathUncompressor::expandFile(const Path &path, const FileStatus 
     if (status.type == FileType::Directory || m_stop.stop_requested() || removeIfAbandoned(path, status))
         return 0;
     if (const std::optional<LeftAlone> reason = reasonToLeaveAlone(path, status)) {
+        if (*reason == LeftAlone::FlagCleared)
+            removeAbandonedPartsOf(path);
         if (m_observer)
             m_observer->fileLeftAlone(path, *reason);
         return 0;

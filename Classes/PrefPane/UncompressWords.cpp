@@ -120,6 +120,8 @@ static QString headingOf(Outcome result)
         return tr("Failed: its attributes cannot be kept");
     case Outcome::AccessNotKept:
         return tr("Failed: its owner, mode or access lists cannot be kept");
+    case Outcome::SizeDiffers:
+        return tr("Failed: its blocks hold another size than it states");
     case Outcome::Changed:
         return tr("Failed: changed meanwhile");
     }

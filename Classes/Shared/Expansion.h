@@ -49,6 +49,7 @@ private:
     bool copyAttributes();
     bool haveAttributesArrived() const;
     bool replace();
+    std::string reasonToKeepFork() const;
     void discardFork();
 
     bool fail(Outcome result, const std::string &reason = {});

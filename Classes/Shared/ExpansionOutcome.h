@@ -24,6 +24,7 @@ struct ExpansionOutcome
         NoSpace,             ///< there is no room for the output
         AttributesNotCopied, ///< an attribute would have been lost
         AccessNotKept,       ///< mode, owner, times or access lists would have been lost
+        SizeDiffers,         ///< the header states another size, and the fork would be lost with the file
         BeingWritten,        ///< another process has the destination open for writing
         Changed,             ///< the destination was changed meanwhile, or the rename failed
         Cancelled

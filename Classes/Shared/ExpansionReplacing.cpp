@@ -52,6 +52,8 @@ bool Expansion::haveAttributesArrived() const
 bool Expansion::replace()
 {
     const Path &destination = m_request.destination;
+    if (replacesSource() && !m_blocks->fork().isBeside() && !reasonToKeepFork().empty())
+        return fail(Outcome::SizeDiffers, reasonToKeepFork());
     if (const Result<void> made = m_output->makeLike(destination, *m_destination); !made)
         return failToWrite(made.failure().code == ErrorCode::Busy ? Outcome::Changed : Outcome::AccessNotKept,
                            made.failure());
@@ -60,9 +62,10 @@ bool Expansion::replace()
         return fail(Outcome::BeingWritten);
     if (m_request.stop.stop_requested()) // the medium may have taken long
         return fail(Outcome::Cancelled);
-    const Result<bool> replaced = m_output->replace(destination, *m_destination);
+    const Result<bool> replaced =
+        m_output->replace(destination, *m_destination, [&watch] { return watch.mayReplace(); });
     if (!replaced)
-        return fail(Outcome::Changed, replaced.failure().context);
+        return fail(watch.mayReplace() ? Outcome::Changed : Outcome::BeingWritten, replaced.failure().context);
     if (m_savedFlags != 0)
         (void)m_output->setFlags(m_savedFlags);
     if (!replacesSource())
@@ -77,15 +80,22 @@ bool Expansion::replace()
     return true;
 }
 
-/// A fork that would say something else than the file does now may be all that is left of it.
-void Expansion::discardFork()
+/// A fork that says something else than the file does now may be all that is left of it. Empty when it does not.
+std::string Expansion::reasonToKeepFork() const
 {
     if (m_isHeaderUnreadable)
-        m_outcome.reasonForkKept = "its header could not be read";
-    else if (m_statedSize && *m_statedSize != m_outcome.writtenSize)
-        m_outcome.reasonForkKept = "its header says " + std::to_string(*m_statedSize) + " bytes, " +
-                                   std::to_string(m_outcome.writtenSize) + " were in its blocks";
-    else if (const Result<void> done = m_files.discardFork(m_request.destination, m_blocks->fork(), namesToSkip());
-             !done)
+        return "its header could not be read";
+    if (m_statedSize && *m_statedSize != m_outcome.writtenSize)
+        return "its header says " + std::to_string(*m_statedSize) + " bytes, " +
+               std::to_string(m_outcome.writtenSize) + " were in its blocks";
+    return {};
+}
+
+void Expansion::discardFork()
+{
+    m_outcome.reasonForkKept = reasonToKeepFork();
+    if (!m_outcome.reasonForkKept.empty())
+        return;
+    if (const Result<void> done = m_files.discardFork(m_request.destination, m_blocks->fork(), namesToSkip()); !done)
         m_outcome.reasonForkKept = done.failure().context;
 }

@@ -73,15 +73,18 @@ public:
         return {};
     }
 
-    Result<bool> replace(const Path &destination, const FileStatus &examined) override
+    Result<bool> replace(const Path &destination, const FileStatus &examined,
+                         const std::function<bool()> &mayReplace) override
     {
+        const bool mayBeReplaced = mayReplace(); // which may ask for files
         const std::lock_guard lock(m_files.m_mutex);
         const Result<NodePointer> node = m_files.reach(destination, Links::NotFollow);
         if (!node)
             return node.failure();
         const FileStatus &now = (*node)->status;
         if (now.identity != examined.identity || now.type != FileType::Regular ||
-            (*node)->content.size() != examined.size || now.modified != examined.modified || !isNamed())
+            (*node)->content.size() != examined.size || now.modified != examined.modified ||
+            now.linkCount != examined.linkCount || !isNamed() || !mayBeReplaced)
             return Failure::fromErrno(EBUSY, "fake", destination);
         --(*node)->status.linkCount;
         m_files.m_nodes.erase(m_path);

@@ -22,6 +22,8 @@ public:
         return m_fork.readAt(offset, buffer);
     }
 
+    bool isBeside() const override { return true; }
+
 private:
     DescriptorFork m_fork;
     struct stat m_companion;

@@ -162,18 +162,18 @@ static Result<void> checkUnchanged(int folder, const Path &path, const FileStatu
         return Failure::fromErrno(errno, "fstatat", path);
     const FileStatus now = FileCalls::statusFrom(status);
     if (now.identity != examined.identity || now.type != FileType::Regular || now.size != examined.size ||
-        now.modified != examined.modified || now.modifiedNanoseconds != examined.modifiedNanoseconds)
+        now.modified != examined.modified || now.modifiedNanoseconds != examined.modifiedNanoseconds ||
+        now.linkCount != examined.linkCount)
         return changed(path);
     return {};
 }
 
-Result<bool> LinuxOutputFile::replace(const Path &destination, const FileStatus &examined)
+Result<bool> LinuxOutputFile::replace(const Path &destination, const FileStatus &examined,
+                                      const std::function<bool()> &mayReplace)
 {
     const Result<Descriptor> folder = openFolder(destination);
     if (!folder)
         return folder.failure();
-    if (const Result<void> named = checkName(); !named)
-        return named.failure();
     if (const Result<void> unchanged = checkUnchanged(folder->get(), destination, examined); !unchanged)
         return unchanged.failure();
     if (const Result<void> handed = handOverAttributes(destination); !handed)
@@ -181,6 +181,13 @@ Result<bool> LinuxOutputFile::replace(const Path &destination, const FileStatus 
     removeCompanion();
     const Path from = m_path.filename();
     const Path to = destination.filename();
+    // From here on nothing takes long.
+    if (const Result<void> named = checkName(); !named)
+        return named.failure();
+    if (const Result<void> unchanged = checkUnchanged(folder->get(), destination, examined); !unchanged)
+        return unchanged.failure();
+    if (!mayReplace())
+        return changed(destination);
     if (::renameat(m_folder.get(), from.c_str(), folder->get(), to.c_str()) != 0)
         return Failure::fromErrno(errno, "renameat", destination);
     m_isNamed = false;

@@ -24,7 +24,8 @@ public:
     Result<void> write(ByteView content) override;
     Result<void> close() override;
     Result<void> makeLike(const Path &original, const FileStatus &examined) override;
-    Result<bool> replace(const Path &destination, const FileStatus &examined) override;
+    Result<bool> replace(const Path &destination, const FileStatus &examined,
+                         const std::function<bool()> &mayReplace) override;
     Result<void> setFlags(std::uint32_t flags) override;
 
 private:

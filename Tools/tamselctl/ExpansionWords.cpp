@@ -36,6 +36,8 @@ ExpansionWords wordsFor(ExpansionOutcome::Result result)
         return {"attributesNotCopied", "its attributes cannot be kept"};
     case Result::AccessNotKept:
         return {"accessNotKept", "its owner, mode or access lists cannot be kept"};
+    case Result::SizeDiffers:
+        return {"sizeDiffers", "its blocks hold another size than it states"};
     case Result::BeingWritten:
         return {"beingWritten", "another process has it open for writing"};
     case Result::Changed:
