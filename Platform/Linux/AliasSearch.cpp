@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 static constexpr std::size_t kEntriesBuffer = 65536;
+static constexpr std::uint64_t kTopOfSubvolume = 256; // on btrfs; its entry bears the number of the subvolume
 
 AliasSearch::AliasSearch(const AliasIdentity &identity, const MountTable &mounts, Limits limits)
     : m_identity(identity)
@@ -68,7 +69,8 @@ std::optional<Path> AliasSearch::searchFolder(const Path &folder, const Path &al
             if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
                 continue;
             ++m_entries;
-            if (entry->d_ino == m_identity.inode) {
+            const bool isFolder = entry->d_type == DT_DIR;
+            if (entry->d_ino == m_identity.inode || (isFolder && m_identity.inode == kTopOfSubvolume)) {
                 if (std::optional<Path> found = accept(folder / entry->d_name))
                     return found;
             }

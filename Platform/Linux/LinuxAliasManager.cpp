@@ -2,8 +2,11 @@
 
 #include "Platform/Linux/AliasRecordMaking.h"
 #include "Platform/Linux/AliasSearch.h"
+#include "Platform/Linux/CurrentMounts.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstring>
 
 static constexpr std::size_t kMostEntriesSearched = 5'000'000;
 
@@ -15,6 +18,14 @@ static std::optional<Path> accepted(const Path &path, const AliasIdentity &ident
         return std::nullopt;
     const Result<AliasTarget> target = AliasTarget::examine(*plain, mounts);
     return target && target->identity.isSameAs(identity) ? std::optional(target->path) : std::nullopt;
+}
+
+/// Whether the system would take it for a path, and it leads nowhere but down. What else a record claims takes long to
+/// follow, or leads out of its volume.
+static bool isPlain(const Path &path)
+{
+    return path.native().size() < PATH_MAX &&
+           std::none_of(path.begin(), path.end(), [](const Path &part) { return part == "." || part == ".."; });
 }
 
 /// The target seen from `relativeTo`: up as many levels as the record says, then down its last components.
@@ -35,15 +46,16 @@ static std::optional<Path> relativePath(const AliasRecord &record, const Path &s
 
 Result<Bytes> LinuxAliasManager::newAlias(const Path &target, const Path &relativeTo) const
 {
-    const Result<MountTable> mounts = MountTable::read();
-    if (!mounts)
-        return mounts.failure();
-    const Result<AliasTarget> examined = AliasTarget::examine(target, *mounts);
+    const auto current = currentMounts();
+    if (!current)
+        return current.failure();
+    const MountTable &mounts = **current;
+    const Result<AliasTarget> examined = AliasTarget::examine(target, mounts);
     if (!examined)
         return examined.failure();
-    AliasRecord record = newRecord(*examined, *mounts);
+    AliasRecord record = newRecord(*examined, mounts);
     if (!relativeTo.empty()) {
-        const Result<AliasTarget> from = AliasTarget::examine(relativeTo, *mounts);
+        const Result<AliasTarget> from = AliasTarget::examine(relativeTo, mounts);
         if (!from)
             return from.failure();
         setLevels(record, from->path, examined->path);
@@ -60,13 +72,14 @@ Result<AliasManager::Resolution> LinuxAliasManager::resolve(ByteView bytes, cons
     const std::optional<AliasIdentity> identity = tag ? AliasIdentity::parse(*tag) : std::nullopt;
     if (!identity)
         return Failure{ErrorCode::NotFound, 0, "the record was made on another system"};
-    const Result<MountTable> mounts = MountTable::read();
-    if (!mounts)
-        return mounts.failure();
+    const auto current = currentMounts();
+    if (!current)
+        return current.failure();
+    const MountTable &mounts = **current;
 
     Path from;
     if (!relativeTo.empty()) {
-        const Result<AliasTarget> examined = AliasTarget::examine(relativeTo, *mounts);
+        const Result<AliasTarget> examined = AliasTarget::examine(relativeTo, mounts);
         if (!examined)
             return examined.failure();
         from = examined->path;
@@ -74,20 +87,23 @@ Result<AliasManager::Resolution> LinuxAliasManager::resolve(ByteView bytes, cons
 
     // The stored path first: the identity check makes it as good as the handle, and it is the cheapest by far.
     const Path stored = describe(*record).path;
-    std::optional<Path> path = accepted(stored, *identity, *mounts);
+    const Bytes *const posixPath = record->find(AliasTag::kPosixPath);
+    if (!isPlain(stored) || (posixPath && !isPlain(stringOf(*posixPath))))
+        return Failure{ErrorCode::NotFound, 0, "the record holds no path of this system"};
+    std::optional<Path> path = accepted(stored, *identity, mounts);
     if (const std::optional<Path> relative = relativePath(*record, stored, from); !path && relative)
-        path = accepted(*relative, *identity, *mounts);
+        path = accepted(*relative, *identity, mounts);
     if (!path)
-        path = findMoved(*identity, *record, *mounts);
+        path = findMoved(*identity, *record, mounts);
     if (!path)
         return Failure{ErrorCode::NotFound, ENOENT, "not found: " + stored.native()};
 
     Resolution resolution{*path, Bytes(bytes.begin(), bytes.end())};
     if (*path != stored) {
-        const Result<AliasTarget> target = AliasTarget::examine(*path, *mounts);
-        const Result<Bytes> current = target ? broughtUpToDate(*record, *target, *mounts).encode() : target.failure();
-        if (current)
-            resolution.record = *current;
+        const Result<AliasTarget> target = AliasTarget::examine(*path, mounts);
+        const Result<Bytes> updated = target ? broughtUpToDate(*record, *target, mounts).encode() : target.failure();
+        if (updated)
+            resolution.record = *updated;
     }
     return resolution;
 }
@@ -98,6 +114,18 @@ Result<AliasInfo> LinuxAliasManager::copyInfo(ByteView bytes) const
     if (!record)
         return record.failure();
     return describe(*record);
+}
+
+/// Whether the file may lie in a subvolume that is not mounted itself, below one that is. btrfs answers the same first
+/// half of the file-system id for all of them; the number of the subvolume is in the other.
+static bool holds(const Mount &mount, const AliasTarget &top, const AliasIdentity &identity)
+{
+    const auto firstHalf = [](const AliasIdentity &of) {
+        std::uint32_t half = 0;
+        std::memcpy(&half, &of.fileSystemId, sizeof half);
+        return half;
+    };
+    return mount.type == "btrfs" && identity.volumeUuid.empty() && firstHalf(top.identity) == firstHalf(identity);
 }
 
 std::vector<Mount> LinuxAliasManager::mountsOfVolume(const AliasIdentity &identity, const MountTable &mounts) const
@@ -114,7 +142,7 @@ std::vector<Mount> LinuxAliasManager::mountsOfVolume(const AliasIdentity &identi
         if (mount.mayHang())
             continue;
         const Result<AliasTarget> top = AliasTarget::examine(mount.point, mounts);
-        if (top && top->mountId == mount.id && top->identity.isOnVolumeOf(identity))
+        if (top && top->mountId == mount.id && (top->identity.isOnVolumeOf(identity) || holds(mount, *top, identity)))
             found.push_back(mount);
     }
     std::stable_partition(found.begin(), found.end(), [](const Mount &mount) { return mount.root == "/"; });

@@ -1,5 +1,6 @@
 #include "Platform/Linux/LinuxVolumes.h"
 
+#include "Platform/Linux/CurrentMounts.h"
 #include "Platform/Linux/VolumeMedium.h"
 
 #include <limits>
@@ -30,13 +31,13 @@ Result<LinuxVolumes::Place> LinuxVolumes::place(const Path &path, const MountTab
 template <class Ask>
 auto LinuxVolumes::askPlace(const Path &path, Ask &&ask) -> std::invoke_result_t<Ask, const Place &, const MountTable &>
 {
-    const Result<MountTable> mounts = MountTable::read();
+    const auto mounts = currentMounts();
     if (!mounts)
         return mounts.failure();
-    const Result<Place> found = place(path, *mounts);
+    const Result<Place> found = place(path, **mounts);
     if (!found)
         return found.failure();
-    return ask(*found, *mounts);
+    return ask(*found, **mounts);
 }
 
 /// What `ask(mount, mounts)` answers for a volume that is mounted now.
@@ -44,16 +45,16 @@ template <class Ask>
 auto LinuxVolumes::askVolume(std::int16_t volume, Ask &&ask) const
     -> std::invoke_result_t<Ask, const Mount &, const MountTable &>
 {
-    const Result<MountTable> mounts = MountTable::read();
+    const auto mounts = currentMounts();
     if (!mounts)
         return mounts.failure();
     std::unique_lock lock(m_mutex);
     const auto reference = m_references.find(volume);
-    const Mount *const mount = reference == m_references.end() ? nullptr : mounts->withId(reference->second.mount);
+    const Mount *const mount = reference == m_references.end() ? nullptr : (*mounts)->withId(reference->second.mount);
     if (!mount || mount->device != reference->second.mountDevice)
         return Failure{ErrorCode::NotFound, ENOENT, "no volume has the number " + std::to_string(volume)};
     lock.unlock();
-    return ask(*mount, *mounts);
+    return ask(*mount, **mounts);
 }
 
 Result<std::int16_t> LinuxVolumes::referenceNumber(const Path &path) const

@@ -86,6 +86,7 @@ MountTable MountTable::parse(const std::string &text)
     for (std::string line; std::getline(lines, line);) {
         if (std::optional<Mount> mount = parseLine(line)) {
             table.m_points.insert(mount->point.native());
+            table.m_hasAutomounter = table.m_hasAutomounter || mount->isAutomounter();
             table.m_mounts.push_back(std::move(*mount));
         }
     }
@@ -142,7 +143,7 @@ std::optional<Path> MountTable::resolveWithoutMounting(const Path &path) const
             continue;
         }
         const Path next = walked / name;
-        const Mount *const mount = holding(next);
+        const Mount *const mount = m_hasAutomounter ? holding(next) : nullptr;
         if (mount && mount->isAutomounter())
             return std::nullopt;
         char target[4096];

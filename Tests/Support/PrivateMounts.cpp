@@ -60,6 +60,15 @@ bool PrivateMounts::mountImage(const std::string &format, const std::filesystem:
     return true;
 }
 
+bool PrivateMounts::mountImageAgain(const std::string &format, const std::filesystem::path &first,
+                                    const std::filesystem::path &point)
+{
+    if (!run("mount -t " + format + " -o loop '" + first.native() + ".image' '" + point.native() + "'"))
+        return false;
+    m_points.push_back(point);
+    return true;
+}
+
 bool PrivateMounts::mountOverlay(const std::filesystem::path &lower, const std::filesystem::path &upper,
                                  const std::filesystem::path &work, const std::filesystem::path &point)
 {

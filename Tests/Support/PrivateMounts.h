@@ -29,6 +29,10 @@ public:
         return mountImage("btrfs", point, {}, "compress-force=zlib");
     }
 
+    /// Mounts a volume that `mountImage` has made at `first`, and that was unmounted, at `point`.
+    bool mountImageAgain(const std::string &format, const std::filesystem::path &first,
+                         const std::filesystem::path &point);
+
     /// Lays one folder over another; what is changed goes to `upper`. `work` is an empty folder beside it.
     bool mountOverlay(const std::filesystem::path &lower, const std::filesystem::path &upper,
                       const std::filesystem::path &work, const std::filesystem::path &point);

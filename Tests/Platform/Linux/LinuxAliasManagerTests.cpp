@@ -195,6 +195,27 @@ TEST_F(LinuxAliasManagerTest, resolve_manyLostFoldersOnTheMainThread_areSearched
     EXPECT_LE(aliases.searches(), 11) << "each counts as 1 ms at least, and none begins with less than 10 ms";
 }
 
+TEST_F(LinuxAliasManagerTest, resolve_pathThatNoFileHas_isNotFollowed)
+{
+    fs::create_directory(m_root / "folder");
+    const Bytes sound = *m_aliases.newAlias(m_root / "folder");
+    fs::rename(m_root / "folder", m_root / "moved");
+    std::string deep;
+    for (int level = 0; level < 30000; ++level)
+        deep += "/a";
+    const std::string out = (m_root / "folder/../../../..").native();
+    for (const std::string &path : {deep, out}) {
+        Result<AliasRecord> record = AliasRecord::parse(sound);
+        ASSERT_TRUE(record);
+        record->set(AliasTag::kPosixPath, bytesOf(path));
+        const Result<AliasManager::Resolution> resolution = m_aliases.resolve(*record->encode());
+        ASSERT_FALSE(resolution) << path.substr(0, 80);
+        EXPECT_EQ(resolution.failure().code, ErrorCode::NotFound);
+    }
+    EXPECT_EQ(m_aliases.searches(), 0);
+    EXPECT_EQ(find(sound), m_root / "moved");
+}
+
 TEST_F(LinuxAliasManagerTest, find_otherMountBelow_isNotEntered)
 {
     PrivateMounts mounts;
