@@ -97,8 +97,25 @@ Result<std::vector<FolderRefusal>> refusals(SqliteConnection &connection)
     return refusals;
 }
 
+/// A view or a trigger runs what its author wrote, for as long as that takes.
+static Result<void> checkTablesAlone(SqliteConnection &connection)
+{
+    Result<QSqlQuery> query =
+        connection.run("SELECT COUNT(*) FROM sqlite_master WHERE type NOT IN ('table', 'index')");
+    if (!query)
+        return query.failure();
+    const bool isMore = query->next() && query->value(0).toInt() > 0;
+    if (const Result<void> ended = SqliteConnection::end(*query); !ended)
+        return ended.failure();
+    if (isMore)
+        return Failure{ErrorCode::Corrupt, 0, "history store: more than tables in it"};
+    return {};
+}
+
 Result<void> probe(SqliteConnection &connection, const HistoryModel &model)
 {
+    if (const Result<void> checked = checkTablesAlone(connection); !checked)
+        return checked;
     Result<QSqlQuery> query =
         connection.run("SELECT name FROM pragma_table_info(?)", {QString::fromStdString(model.table())});
     if (!query)

@@ -1,5 +1,7 @@
 #include "Classes/PrefPane/SqliteConnection.h"
 
+#include "Platform/FileSystem.h"
+
 #include <QSqlError>
 
 #include <atomic>
@@ -59,10 +61,24 @@ QSqlDatabase newDatabase(const Path &file, SqliteConnection::Mode mode, int busy
     return database;
 }
 
+/// SQLite opens whatever lies there and waits: for ever, where it is a pipe.
+Result<void> checkPlaces(const Path &file)
+{
+    for (const char *const suffix : {"", "-journal", "-wal", "-shm"}) {
+        const Path place = file.native() + suffix;
+        const Result<FileStatus> status = FileSystem::current().status(place, Links::Follow);
+        if (status && status->type == FileType::Other)
+            return Failure{ErrorCode::Corrupt, 0, "no file: " + place.native()};
+    }
+    return {};
+}
+
 } // namespace
 
 Result<std::unique_ptr<SqliteConnection>> SqliteConnection::open(const Path &file, Mode mode, int busyTimeoutMs)
 {
+    if (const Result<void> checked = checkPlaces(file); !checked)
+        return checked.failure();
     std::unique_ptr<SqliteConnection> connection(new SqliteConnection(newDatabase(file, mode, busyTimeoutMs)));
     if (!connection->m_database.open())
         return failureOf(connection->m_database.lastError(), "open " + file.native());

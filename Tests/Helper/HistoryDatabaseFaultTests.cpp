@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -119,6 +120,40 @@ TEST_F(HistoryDatabaseFaultTest, open_otherTables_isSetAside)
     }
     ASSERT_TRUE(open());
     EXPECT_THAT(setAside(), SizeIs(1));
+}
+
+TEST_F(HistoryDatabaseFaultTest, open_pipeInItsPlace_isSetAsideAndNotWaitedFor)
+{
+    for (const char *const suffix : {"", "-journal", "-wal", "-shm"}) {
+        ASSERT_EQ(::mkfifo((m_store.native() + suffix).c_str(), 0600), 0);
+        const Result<std::unique_ptr<HistoryDatabase>> database = open();
+        ASSERT_TRUE(database) << suffix << ": " << database.failure().context;
+        EXPECT_TRUE((*database)->addFolder("/a", {}));
+        int pipes = 0;
+        for (const auto &entry : fs::directory_iterator(m_folder)) {
+            pipes += entry.is_fifo() ? 1 : 0;
+            EXPECT_FALSE(entry.is_fifo() && entry.path() == m_store.native() + suffix);
+        }
+        EXPECT_EQ(pipes, 1) << "after " << suffix;
+        fs::remove_all(m_folder);
+        fs::create_directory(m_folder);
+    }
+}
+
+TEST_F(HistoryDatabaseFaultTest, open_viewOrTrigger_isSetAsideAndNotRun)
+{
+    const char *const kEndless = "CREATE VIEW ENDLESS AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) "
+                                 "SELECT x FROM n";
+    const char *const kTrigger = "CREATE TRIGGER T AFTER UPDATE ON ZHISTORY BEGIN DELETE FROM ZHISTORY; END";
+    for (const char *const statement : {kEndless, kTrigger}) {
+        ASSERT_TRUE(open());
+        {
+            const auto connection = *SqliteConnection::open(m_store, SqliteConnection::Mode::ReadWrite, 1000);
+            ASSERT_TRUE(connection->run(statement));
+        }
+        ASSERT_TRUE(open());
+    }
+    EXPECT_THAT(setAside(), SizeIs(2));
 }
 
 TEST_F(HistoryDatabaseFaultTest, open_damagedTimeAfterTime_keepsEveryOne)
