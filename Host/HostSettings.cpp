@@ -22,7 +22,8 @@ HostSettings::HostSettings(Path path)
     if (read && read->as<PropertyList::Dictionary>())
         m_values = std::move(*read);
     else
-        m_isDamaged = read || read.failure().code != ErrorCode::NotFound;
+        m_isDamaged = read || isUnreadableForGood(read.failure());
+    m_isUnknown = !read && !m_isDamaged && read.failure().code != ErrorCode::NotFound;
 }
 
 Path HostSettings::defaultPath()
@@ -99,7 +100,11 @@ void HostSettings::setTable(const std::string &name, const TableState &state)
 
 void HostSettings::save()
 {
-    if (!m_isChanged || !makeWay())
+    if (!m_isChanged)
+        return;
+    if (m_isUnknown)
+        return logLine("Settings could not be read and are not written: " + m_path.native());
+    if (!makeWay())
         return;
     m_isDamaged = false;
     if (const Result<void> written = m_values.write(m_path); !written) {

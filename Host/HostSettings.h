@@ -16,8 +16,8 @@ struct TableState
     friend bool operator==(const TableState &, const TableState &) = default;
 };
 
-/// What the host remembers from one run to the next, in a property list of its own. A file that cannot be read is
-/// moved aside before a new one is written, never overwritten; keys that this version does not know are kept. Main
+/// What the host remembers from one run to the next, in a property list of its own. A file that holds no such list
+/// is moved aside before a new one is written, one that could not be read for another reason is left; keys that this version does not know are kept. Main
 /// thread.
 class HostSettings final
 {
@@ -50,4 +50,5 @@ private:
     PropertyList m_values;
     bool m_isChanged = false;
     bool m_isDamaged = false;
+    bool m_isUnknown = false; ///< what the file holds
 };

@@ -42,7 +42,7 @@ std::optional<Path> PXDefaultsController::defaultsFileName() const
 
 void PXDefaultsController::reload()
 {
-    m_fileIsUnreadable = false;
+    m_fileIsUnreadable = m_fileIsUnknown = false;
     m_defaults = m_defaultValues;
     const std::optional<Path> file = defaultsFileName();
     if (!file)
@@ -51,7 +51,8 @@ void PXDefaultsController::reload()
     const auto *entries = read ? read->as<PropertyList::Dictionary>() : nullptr;
     if (entries && !entries->empty())
         m_defaults = *read;
-    m_fileIsUnreadable = read ? !entries : read.failure().code != ErrorCode::NotFound;
+    m_fileIsUnreadable = read ? !entries : isUnreadableForGood(read.failure());
+    m_fileIsUnknown = !read && !m_fileIsUnreadable && read.failure().code != ErrorCode::NotFound;
 }
 
 bool PXDefaultsController::keepUnreadableFileAside(const Path &file)
@@ -66,7 +67,7 @@ bool PXDefaultsController::keepUnreadableFileAside(const Path &file)
 void PXDefaultsController::synchronize()
 {
     const std::optional<Path> file = defaultsFileName();
-    const bool mayWrite = file && (!m_fileIsUnreadable || keepUnreadableFileAside(*file));
+    const bool mayWrite = file && !m_fileIsUnknown && (!m_fileIsUnreadable || keepUnreadableFileAside(*file));
     if (!mayWrite || !m_defaults.write(*file))
         logLine("Could not write preferences to file: " + (file ? file->native() : "(null)"));
 }
@@ -80,6 +81,8 @@ bool PXDefaultsController::flag(const char *key) const
 
 void PXDefaultsController::store(const char *key, bool value)
 {
+    if (m_fileIsUnknown)
+        reload();
     m_defaults.set(key, value);
     synchronize();
 }

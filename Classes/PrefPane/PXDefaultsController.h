@@ -52,7 +52,9 @@ public:
     bool visible() const;
     void setVisible(bool visible);
 
-    /// Replaces the current settings with those of the file, or with the built-in ones when it holds none.
+    /// Replaces the current settings with those of the file, or with the built-in ones when it holds none. A file that
+    /// cannot be read for want of something else than its content is read again before the next change and not
+    /// written before that.
     void reload();
 
     /// Writes the settings; a failure is logged and the values stay in memory.
@@ -76,5 +78,6 @@ private:
 
     PropertyList m_defaults;
     PropertyList m_defaultValues;
-    bool m_fileIsUnreadable = false; ///< what lies at the file's place could not be read and was not moved away
+    bool m_fileIsUnreadable = false; ///< what lies at the file's place is no settings and was not moved away
+    bool m_fileIsUnknown = false;    ///< what lies there could not be read this time, and may be in order
 };

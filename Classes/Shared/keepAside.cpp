@@ -6,6 +6,19 @@
 
 static constexpr int kMostInASecond = 100;
 
+bool isUnreadableForGood(const Failure &failure)
+{
+    switch (failure.code) {
+    case ErrorCode::Corrupt:
+    case ErrorCode::TooLarge:
+    case ErrorCode::NotSupported: // no file at all
+    case ErrorCode::Permission:
+        return true;
+    default:
+        return false;
+    }
+}
+
 Result<Path> keepAside(const Path &file)
 {
     const std::time_t now = std::time(nullptr);

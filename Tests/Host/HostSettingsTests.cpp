@@ -146,6 +146,21 @@ TEST_F(HostSettingsTest, save_damagedFileThatCannotBeSetAside_isLeft)
     EXPECT_EQ(stringOf(*files.readFile(path, 100)), "no property list");
 }
 
+TEST_F(HostSettingsTest, save_fileThatCouldNotBeReadThisTime_isLeft)
+{
+    PropertyList sound;
+    sound.set("LastPane", "old");
+    FakeFileSystem files;
+    const Override<FileSystem> override(files);
+    files.addFile(path, *sound.toXml());
+    files.failCall(0, ErrorCode::Io);
+    HostSettings settings(path);
+    files.failCall(-1, ErrorCode::Io);
+    settings.setLastPane("new");
+    settings.save();
+    EXPECT_EQ(HostSettings(path).lastPane(), "old");
+}
+
 TEST_F(HostSettingsTest, save_anyCallFails_keepsTheOldFileOrTheNewOne)
 {
     for (const std::string old : {"no property list", ""}) {

@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
 
 #include "Classes/Shared/Log.h"
+#include "Classes/Shared/truthOf.h"
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Tests/Classes/PrefPane/PaneTestServices.h"
 #include "Tests/Support/PrivateHome.h"
@@ -313,6 +314,28 @@ TEST_F(PXDefaultsControllerTest, whateverCallFails_theOldFileStandsUntilItIsKept
         if (done)
             break;
     }
+}
+
+TEST_F(PXDefaultsControllerTest, soundFileThatCannotBeReadThisTime_isLeftAndTakenUpLater)
+{
+    const Bytes sound = *onlyInactive().toXml();
+    FakeFileSystem files;
+    files.addFile(file(), sound);
+    const Override<FileSystem> installed(files);
+    files.failCall(0, ErrorCode::Io);
+    settings()->reload();
+    settings()->synchronize();
+    files.failCall(-1, ErrorCode::Io);
+    EXPECT_EQ(files.readFile(file(), 10000).valueOr({}), sound);
+    EXPECT_THAT(s_log, ElementsAre("Could not write preferences to file: " + file().native()));
+
+    settings()->setVisible(false);
+    EXPECT_FALSE(settings()->helperActive());
+    EXPECT_FALSE(settings()->visible());
+    const Result<PropertyList> kept = PropertyList::read(file());
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(truthOf(kept->find("active")), false);
+    EXPECT_EQ(truthOf(kept->find("visible")), false);
 }
 
 TEST_F(PXDefaultsControllerTest, properties_areKnownByName)
