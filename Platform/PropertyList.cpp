@@ -71,8 +71,10 @@ Result<PropertyList> PropertyList::read(const Path &path)
 
 Result<void> PropertyList::write(const Path &path) const
 {
-    const Result<Bytes> xml = toXml();
-    return xml ? FileSystem::current().replaceFile(path, *xml) : xml.failure();
+    Result<Bytes> bytes = toXml();
+    if (!bytes) // XML has no room for some characters and dates
+        bytes = toBinary();
+    return bytes ? FileSystem::current().replaceFile(path, *bytes) : bytes.failure();
 }
 
 namespace {

@@ -99,8 +99,8 @@ public:
     /// The list in the file at `path`, of 64 MiB at most. Errors: those of `FileSystem::readFile` and of `parse`.
     static Result<PropertyList> read(const Path &path);
 
-    /// Replaces the file with the list as XML: the whole new file or, on failure, the whole old one.
-    /// Errors: those of `toXml` and of `FileSystem::replaceFile`.
+    /// Replaces the file with the list, as XML, or binary where XML cannot hold it. Errors: those of `toBinary`, the old
+    /// file stands then; those of `FileSystem::replaceFile`.
     Result<void> write(const Path &path) const;
 
 private:

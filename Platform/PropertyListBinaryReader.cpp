@@ -1,8 +1,11 @@
 #include "Platform/Formats/Unicode.h"
 #include "Platform/PropertyListFormats.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+
+static constexpr std::size_t kMostAtOnce = 4096; // of the elements that an array claims to have, room is made for
 
 using namespace PropertyListFormats;
 
@@ -223,7 +226,7 @@ private:
     Result<PropertyList> array(const Extent &extent, std::size_t depth)
     {
         PropertyList::Array array;
-        array.reserve(extent.count);
+        array.reserve(std::min(extent.count, kMostAtOnce));
         for (std::size_t i = 0; i < extent.count; ++i) {
             Result<PropertyList> element = referred(extent.begin + i * m_referenceSize, depth + 1);
             if (!element)
@@ -236,7 +239,7 @@ private:
     Result<PropertyList> dictionary(const Extent &extent, std::size_t depth, std::size_t at)
     {
         PropertyList::Dictionary dictionary;
-        dictionary.reserve(extent.count);
+        dictionary.reserve(std::min(extent.count, kMostAtOnce));
         for (std::size_t i = 0; i < extent.count; ++i) {
             const std::size_t place = extent.begin + i * m_referenceSize;
             Result<PropertyList> key = referred(place, depth + 1);

@@ -1,6 +1,7 @@
 #include "Platform/Formats/DesktopEntry.h"
 
 #include <algorithm>
+#include <set>
 #include <string_view>
 
 static constexpr std::string_view kGroup = "[Desktop Entry]";
@@ -70,6 +71,7 @@ std::optional<DesktopEntry> DesktopEntry::parse(ByteView bytes)
     if (text.find('\0') != std::string::npos)
         return std::nullopt;
     DesktopEntry entry;
+    std::set<std::string_view> keys;
     bool inGroup = false;
     for (std::size_t start = 0; start < text.size();) {
         const std::size_t end = std::min(text.find('\n', start), text.size());
@@ -86,9 +88,9 @@ std::optional<DesktopEntry> DesktopEntry::parse(ByteView bytes)
         const std::size_t equals = line.find('=');
         if (!inGroup || equals == std::string_view::npos)
             continue;
-        const std::string key(trimmed(line.substr(0, equals)));
-        if (!entry.value(key))
-            entry.add(key, unescaped(trimmed(line.substr(equals + 1))));
+        const std::string_view key = trimmed(line.substr(0, equals));
+        if (keys.insert(key).second)
+            entry.add(std::string(key), unescaped(trimmed(line.substr(equals + 1))));
     }
     return inGroup ? std::optional(entry) : std::nullopt;
 }

@@ -125,6 +125,14 @@ TEST_F(PropertyListFile, write_listThatCannotBeWritten_leavesTheOldFile)
     EXPECT_EQ(contentOf(path), "precious");
 }
 
+TEST_F(PropertyListFile, write_whatXmlCannotHold_isBinary)
+{
+    const PropertyList list = Dictionary{{"a", std::string("control\x01")}};
+    ASSERT_FALSE(list.toXml());
+    ASSERT_TRUE(list.write(path));
+    EXPECT_EQ(PropertyList::read(path).valueOr(false), list);
+}
+
 TEST_F(PropertyListFile, write_link_isNotFollowed)
 {
     std::ofstream(folder / "target") << "precious";
