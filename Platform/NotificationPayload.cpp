@@ -37,6 +37,11 @@ static std::size_t sizeOf(const Notification &notification)
     return size;
 }
 
+bool isTooLarge(const Notification &notification)
+{
+    return sizeOf(notification) > DistributedNotificationCenter::kLargestPost;
+}
+
 std::optional<Notification> broadcastable(const std::string &name, const UserInfo &userInfo,
                                           const std::function<void(const std::string &)> &dropped)
 {
@@ -60,7 +65,7 @@ std::optional<Notification> broadcastable(const std::string &name, const UserInf
                 return isBad;
             });
     }
-    if (sizeOf(result) > DistributedNotificationCenter::kLargestPost) {
+    if (isTooLarge(result)) {
         dropped(name + ": dropped, larger than a mebibyte");
         return std::nullopt;
     }

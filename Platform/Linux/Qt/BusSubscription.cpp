@@ -1,7 +1,11 @@
 #include "Platform/Linux/Qt/BusSubscription.h"
 
+#include "Platform/NotificationPayload.h"
+
 #include <QDBusArgument>
 #include <QDebug>
+
+static constexpr std::size_t kLongestNameInLog = 200;
 
 /// Nothing when a value is neither a string nor an array of strings.
 static std::optional<UserInfo> userInfoOf(const QVariantMap &map)
@@ -53,8 +57,13 @@ void BusSubscription::receive(const QDBusMessage &message)
     const auto userInfo = userInfoOf(qdbus_cast<QVariantMap>(arguments[2]));
     if (!userInfo) {
         qWarning("%s dropped, its user information holds what is neither a string nor an array of strings",
-                 name.c_str());
+                 name.substr(0, kLongestNameInLog).c_str());
         return;
     }
-    m_handler({name, *userInfo});
+    const Notification notification{name, *userInfo};
+    if (isTooLarge(notification)) {
+        qWarning("%s dropped, larger than a mebibyte", name.substr(0, kLongestNameInLog).c_str());
+        return;
+    }
+    m_handler(notification);
 }

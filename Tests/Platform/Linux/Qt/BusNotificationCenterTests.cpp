@@ -154,6 +154,23 @@ TEST(BusNotificationCenter, malformedSignals_areDroppedWithALogLine)
     EXPECT_EQ(s_warnings.size(), 9u) << ::testing::PrintToString(s_warnings); // the number is no name that matches
 }
 
+TEST(BusNotificationCenter, strangersNotification_largerThanAnyOfOurs_isDropped)
+{
+    const PrivateBus process;
+    SessionBus bus;
+    BusNotificationCenter center(bus);
+    std::vector<Notification> seen;
+    center.addObserver("n", [&](const Notification &notification) { seen.push_back(notification); });
+    ASSERT_TRUE(waitFor([&] { return center.isConnected(); }));
+    Stranger stranger;
+    const QString name = QStringLiteral("n"), none = QStringLiteral("");
+    const QStringList many(200000, QStringLiteral("/folder"));
+    stranger.send({name, none, QVariantMap{{QStringLiteral("foldersToAdd"), many}}});
+    stranger.send({name, none, QVariantMap()});
+    ASSERT_TRUE(waitFor([&] { return !seen.empty(); }));
+    EXPECT_TRUE(seen[0].userInfo.empty());
+}
+
 TEST(BusNotificationCenter, post_textThatIsNone_isLogged)
 {
     const PrivateBus process;
