@@ -88,12 +88,24 @@ function(tamsel_test name)
     DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()
 
-# tamsel_fuzzer(NAME FILE…): a libFuzzer target.
+# tamsel_fuzzer(NAME [LIBRARY…]): a libFuzzer target of NAMEFuzzer.cpp in the preset for that; in any other a test that
+# gives it every input that is kept for it.
 function(tamsel_fuzzer name)
-  add_executable(${name} ${ARGN})
-  target_link_libraries(${name} PRIVATE TamselEngine)
-  target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
-  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_executable(${name}Fuzzer ${name}Fuzzer.cpp)
+  target_link_libraries(${name}Fuzzer PRIVATE TamselEngine ${ARGN})
+  set_target_properties(${name}Fuzzer PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  if(TAMSEL_FUZZERS)
+    target_compile_options(${name}Fuzzer PRIVATE -fsanitize=fuzzer)
+    target_link_options(${name}Fuzzer PRIVATE -fsanitize=fuzzer)
+    return()
+  endif()
+  target_sources(${name}Fuzzer PRIVATE replay.cpp)
+  set(folders ${CMAKE_SOURCE_DIR}/Fuzz/Corpus/${name})
+  if(EXISTS ${CMAKE_SOURCE_DIR}/Tests/Corpus/${name})
+    list(APPEND folders ${CMAKE_SOURCE_DIR}/Tests/Corpus/${name})
+  endif()
+  add_test(NAME Corpus.${name} COMMAND ${name}Fuzzer ${folders})
+  set_tests_properties(Corpus.${name} PROPERTIES TIMEOUT 60)
 endfunction()
 
 # tamsel_bundle(TARGET DIRECTORY PLIST): the target's binary goes to Contents/MacOS of the bundle, the filled-in
