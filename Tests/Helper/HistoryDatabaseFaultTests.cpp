@@ -153,7 +153,8 @@ TEST_F(HistoryDatabaseFaultTest, open_viewOrTrigger_isSetAsideAndNotRun)
         }
         ASSERT_TRUE(open());
     }
-    EXPECT_THAT(setAside(), SizeIs(2));
+    const std::vector<std::string> names = setAside(); // with what lay beside each
+    EXPECT_EQ(std::ranges::count_if(names, [](const std::string &name) { return name.ends_with(".db"); }), 2);
 }
 
 TEST_F(HistoryDatabaseFaultTest, open_damagedTimeAfterTime_keepsEveryOne)

