@@ -37,7 +37,6 @@ constexpr Damage kDamages[] = {
     {"missing", [](const Path &file) { fs::remove(file); }},
     {"empty", [](const Path &file) { fs::resize_file(file, 0); }},
     {"cutOff", [](const Path &file) { fs::resize_file(file, fs::file_size(file) / 2); }},
-    {"lastByteIsMissing", [](const Path &file) { fs::resize_file(file, fs::file_size(file) - 1); }},
     {"zeros", [](const Path &file) { putInPlace(file, std::string(fs::file_size(file), '\0')); }},
     {"aString", [](const Path &file) { putInPlace(file, "<plist version=\"1.0\"><string>x</string></plist>"); }},
     {"numbersInAnArray",

@@ -4,6 +4,7 @@
 #include "Tests/Support/PrivateBus.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
+#include "Tests/Support/environmentWithoutLeakCheck.h"
 
 #include <QProcess>
 
@@ -43,6 +44,8 @@ protected:
     static void start(QProcess &process, const QStringList &arguments = {})
     {
         process.setProcessChannelMode(QProcess::MergedChannels);
+        if (process.processEnvironment().isEmpty())
+            process.setProcessEnvironment(environmentWithoutLeakCheck());
         process.start(QStringLiteral(PREFERENCES), arguments);
         ASSERT_TRUE(process.waitForStarted());
     }
@@ -167,11 +170,6 @@ TEST_F(PreferencesProcessTest, brokenBundles_leaveTheHostRunning)
     makeTestPane(panes, "Text", "com.text", TestPlugin::Text);
     makeTestPane(panes, "Foreign", "com.foreign", TestPlugin::Foreign);
     makeTestPane(panes, "Throwing", "com.throwing", TestPlugin::Throwing);
-    // What the plug-in loader keeps of a plug-in that is none is now and then taken for a leak.
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    const QString options = QStringLiteral("ASAN_OPTIONS");
-    environment.insert(options, environment.value(options) + QStringLiteral(":detect_leaks=0"));
-    first.setProcessEnvironment(environment);
     start(first, pane(two));
     ASSERT_TRUE(waitForCall("com.two didSelect"));
     const char *const broken[] = {"Damaged", "None", "Text", "Foreign", "Throwing", "Missing"};

@@ -2,6 +2,7 @@
 
 #include "Platform/Workspace.h"
 #include "Tests/Support/WaitFor.h"
+#include "Tests/Support/environmentWithoutLeakCheck.h"
 
 #include <csignal>
 #include <iostream>
@@ -11,6 +12,7 @@ static constexpr const char *kIdentifier = "com.dovrane.TamselHelper";
 HelperProcess::HelperProcess(const std::filesystem::path &bundle)
 {
     m_process.setProcessChannelMode(QProcess::MergedChannels);
+    m_process.setProcessEnvironment(environmentWithoutLeakCheck());
     m_process.start(QString::fromStdString((bundle / "Contents/MacOS/TamselHelper").native()), QStringList());
     m_process.waitForStarted();
 }

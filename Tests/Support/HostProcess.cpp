@@ -1,11 +1,12 @@
 #include "Tests/Support/HostProcess.h"
 
 #include "Tests/Support/WaitFor.h"
+#include "Tests/Support/environmentWithoutLeakCheck.h"
 
 #include <iostream>
 
 HostProcess::HostProcess()
-    : m_environment(QProcessEnvironment::systemEnvironment())
+    : m_environment(environmentWithoutLeakCheck())
 {
     QObject::connect(&m_process, &QProcess::readyRead, &m_process, [this] { read(); });
 }
@@ -35,9 +36,6 @@ void HostProcess::traceTo(const std::filesystem::path &file, const QStringList &
                  QStringLiteral("trace=") + calls.join(QLatin1Char(',')),
                  QStringLiteral("-o"),
                  QString::fromStdString(file.native())};
-    // The leak check cannot run in a traced process.
-    const QString options = m_environment.value(QStringLiteral("ASAN_OPTIONS"));
-    m_environment.insert(QStringLiteral("ASAN_OPTIONS"), options + QStringLiteral(":detect_leaks=0"));
 }
 
 void HostProcess::showOn(const std::string &display)
