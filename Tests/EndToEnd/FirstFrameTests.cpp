@@ -106,29 +106,6 @@ TEST_F(FirstFrame, busThatAnswersLate)
         EXPECT_TRUE(waitFor([&] { return Workspace::current().isRunning(program); }, 60000)) << program;
 }
 
-TEST_F(FirstFrame, busThatDiesUnderARunningHostAndComesBack)
-{
-    const auto isFound = [](const char *program) {
-        return waitFor([&] { return Workspace::current().isRunning(program); }, 60000);
-    };
-    host.showOn(display.name());
-    host.start();
-    ASSERT_TRUE(waitFor([&] { return host.firstFrameOfPane().has_value(); }, 60000));
-    ASSERT_TRUE(isFound("com.dovrane.Preferences") && isFound("com.dovrane.TamselHelper"));
-    ASSERT_TRUE(host.waitForLog("Compressing: on")); // the helper's line, which writes where the host does
-    bus.kill();
-    ASSERT_TRUE(display.activate("Tamsel"));
-    ASSERT_TRUE(display.click("Tamsel", kSwitch));
-    EXPECT_TRUE(waitFor([] { return isActive() == false; }, 60000)) << "the switch does not answer";
-    bus.start();
-    EXPECT_TRUE(isFound("com.dovrane.Preferences") && isFound("com.dovrane.TamselHelper"));
-    ASSERT_TRUE(display.click("Tamsel", kSwitch));
-    EXPECT_TRUE(waitFor([] { return isActive() == true; }, 60000)) << "the switch does not answer any more";
-    ASSERT_TRUE(display.click("Tamsel", kSwitch));
-    EXPECT_TRUE(host.waitForLog("Compressing: off")) << "the helper does not hear of it";
-    EXPECT_EQ(host.end(), 0);
-}
-
 TEST_F(FirstFrame, helperThatHangs)
 {
     HelperProcess helper;

@@ -64,8 +64,8 @@ constexpr Damage kDamages[] = {
      }},
 };
 
-/// What is kept for the user in the place where the programs keep their files is there and damaged; the programs start
-/// all the same, and whatever they make of it, it is not lost.
+/// What is kept for the user in the place where the programs keep their files is there and damaged; the helper starts all
+/// the same, and whatever it makes of it, it is not lost.
 class HostileFiles : public HelperFixture, public ::testing::WithParamInterface<Damage>
 {
 protected:
@@ -172,30 +172,6 @@ TEST_P(HostileFiles, eachByItself_theHelperRunsAndNothingIsLost)
         EXPECT_EQ(helper.waitForEnd(), 0) << helper.log();
         EXPECT_TRUE(isThere(precious));
     }
-}
-
-TEST_P(HostileFiles, allAtOnce_thePaneIsShownAndNothingIsLost)
-{
-    makeFiles();
-    std::vector<Precious> all;
-    for (const Path &file : filesOf(PrivateHome::current().home())) {
-        GetParam().apply(file);
-        all.push_back(describe(file));
-    }
-    ASSERT_GE(all.size(), 5u);
-
-    HostProcess second;
-    second.showOn(display.name());
-    second.start();
-    EXPECT_TRUE(waitFor([&] { return second.firstFrameOfPane().has_value(); }, 60000)) << second.log();
-    EXPECT_LT(mostMemoryOf(second.id()), kMostMemory);
-    EXPECT_EQ(second.end(), 0) << second.log();
-    if (const int helper = second.helperId(); helper > 0) {
-        ::kill(helper, SIGTERM);
-        EXPECT_TRUE(waitFor([&] { return ::kill(helper, 0) != 0; }, 60000));
-    }
-    for (const Precious &precious : all)
-        EXPECT_TRUE(isThere(precious)) << precious.content.substr(0, 100);
 }
 
 INSTANTIATE_TEST_SUITE_P(, HostileFiles, ::testing::ValuesIn(kDamages),
