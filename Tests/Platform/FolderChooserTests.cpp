@@ -100,11 +100,18 @@ protected:
     {
         return waitFor([this] { return answers > 0; });
     }
-    /// Asks and waits until the user sees the dialog.
+    /// Asks and waits until the user sees the dialog and the chooser knows.
     bool choose(const Portal &portal)
     {
         choose();
-        return waitFor([&] { return !portal.path.isEmpty(); });
+        if (!waitFor([&] { return !portal.path.isEmpty(); }))
+            return false;
+        bool hasAnswered = false; // after its answer to the chooser
+        session.call(QDBusMessage::createMethodCall(portal.connection.baseService(), QStringLiteral("/"),
+                                                    QStringLiteral("org.freedesktop.DBus.Peer"),
+                                                    QStringLiteral("Ping")),
+                     [&](const QDBusMessage &) { hasAnswered = true; });
+        return waitFor([&] { return hasAnswered; });
     }
 
     PrivateBus bus;
