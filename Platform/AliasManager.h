@@ -39,9 +39,9 @@ public:
     /// A record for `target`, which must exist; `relativeTo`, when not empty, too. Errors: NotFound, Permission, Io.
     virtual Result<Bytes> newAlias(const Path &target, const Path &relativeTo = {}) const = 0;
 
-    /// Finds the target without showing or mounting anything: by file handle where the system allows it, then at the
-    /// stored path, then by a bounded search of its volume; only the very file that the record was made for is an
-    /// answer. Errors: NotFound, Corrupt.
+    /// Finds the target without showing or mounting anything: at the stored path, then by file handle where the system
+    /// allows it, then by a bounded search of its volume; only the very file that the record was made for is an answer.
+    /// Errors: NotFound, Corrupt.
     virtual Result<Resolution> resolve(ByteView record, const Path &relativeTo = {}) const = 0;
 
     /// Errors: Corrupt.
