@@ -1,65 +1,25 @@
-#include "Classes/PrefPane/PXPathUncompressor.h"
+#include "Tests/Classes/PrefPane/ExpansionListener.h"
 
-#include "Classes/PrefPane/traverse_using_objc_filter.h"
 #include "Classes/Shared/HFSCompression.h"
-#include "Classes/Shared/LeftLocks.h"
 #include "Classes/Shared/Log.h"
-#include "Platform/Fake/FakeFileSystem.h"
 #include "Platform/Fake/FakeProcesses.h"
-#include "Platform/Fake/FakeThisProcess.h"
 #include "Platform/Formats/CompressedFile.h"
 #include "Tests/Support/CompressedSample.h"
 #include "Tests/Support/PrivateHome.h"
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
 #include <fstream>
+
+#include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
 
 using LeftAlone = PXPathUncompressorObserver::LeftAlone;
-
-/// Writes down what a run tells.
-class Listener final : public PXPathUncompressorDelegate, public PXPathUncompressorObserver
-{
-public:
-    void uncompressorWillExpandFile(PXPathUncompressor &, const Path &path) override { note("will", path); }
-    void uncompressorDidExpandFile(PXPathUncompressor &, const Path &path) override { note("did", path); }
-    void uncompressorDidFinishExpandingPath(PXPathUncompressor &uncompressor, const Path &path) override
-    {
-        note("finished", path);
-        statusAtTheEnd = uncompressor.status();
-        locksAtTheEnd = LeftLocks::count();
-    }
-    void fileLeftAlone(const Path &path, LeftAlone reason) override { leftAlone[path.filename()] = reason; }
-    void pathUnreadable(const Path &path, const Failure &) override { unreadable.push_back(path.filename()); }
-    void expansionEnded(const Path &path, const ExpansionOutcome &outcome) override
-    {
-        outcomes[path.filename()] = outcome.result;
-        if (onEnd)
-            onEnd();
-    }
-
-    std::vector<std::string> messages;
-    std::map<std::string, LeftAlone> leftAlone;
-    std::vector<std::string> unreadable;
-    std::map<std::string, ExpansionOutcome::Result> outcomes;
-    std::int32_t statusAtTheEnd = -1;
-    std::size_t locksAtTheEnd = 0;
-    std::function<void()> onEnd;
-
-private:
-    void note(const std::string &message, const Path &path)
-    {
-        messages.push_back(message + " " + path.filename().native());
-    }
-};
 
 /// Real files in a folder, expanded by a process that belongs to the groups of its files.
 class PXPathUncompressorTest : public ::testing::Test
@@ -70,7 +30,11 @@ protected:
         setLogSink([](const std::string &) {});
         m_processes.groups = {::getegid()};
     }
-    ~PXPathUncompressorTest() override { setLogSink(nullptr); }
+    ~PXPathUncompressorTest() override
+    {
+        setLogSink(nullptr);
+        std::filesystem::remove_all(m_folder);
+    }
 
     void make(const std::string &name, std::size_t size = 5000)
     {
@@ -87,7 +51,7 @@ protected:
     bool isExpanded(const std::string &name) const { return std::filesystem::file_size(m_folder / name) > 0; }
 
     Path m_folder = PrivateHome::current().makeFolder("dropped");
-    Listener m_listener;
+    ExpansionListener m_listener;
     std::stop_source m_stop;
     FakeProcesses m_processes;
     Override<Processes> m_processesInPlace{m_processes};
@@ -252,98 +216,26 @@ TEST_F(PXPathUncompressorTest, fiveThousandFilesWithoutCompanions_doNotUseUpTheD
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     limit.rlim_cur = 512;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    const Bytes header = CompressedSample::decmpfs(5000);
-    for (int number = 0; number < 5000; ++number) {
-        const Path path = m_folder / std::to_string(number);
-        std::ofstream(path).close();
-        ASSERT_TRUE(FileSystem::current().setAttribute(path, kDecmpfsAttribute, header, Links::NotFollow));
-        ASSERT_TRUE(FileSystem::current().setFlags(path, kCompressedFlag));
-    }
-    make("zz-last");
+    constexpr std::size_t kFiles = 5000;
+    std::vector<Path> files;
+    for (std::size_t number = 0; number < kFiles; ++number)
+        files.push_back(m_folder / std::to_string(number));
+    CompressedSample::make(files, CompressedSample::text(5000));
+    std::size_t mostLocks = 0, without = 0;
+    m_listener.onWill = [](const Path &path) { // a file whose companion is missing before is no large one
+        std::filesystem::remove(path.parent_path() / ("._" + path.filename().native()));
+    };
+    m_listener.onEnd = [&] {
+        mostLocks = std::max(mostLocks, LeftLocks::count());
+        const int descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        without += descriptor < 0;
+        ::close(descriptor);
+    };
     run(m_folder);
-    EXPECT_TRUE(isExpanded("zz-last"));
-    EXPECT_GE(m_listener.leftAlone.size() + m_listener.outcomes.size(), 5001u) << "and perhaps a companion";
-}
-
-/// The tests of one file, over a made-up world.
-class ExpandFileTest : public ::testing::Test
-{
-protected:
-    ExpandFileTest()
-    {
-        m_files.addFile("/file");
-        m_files.setResourceFork("/file", CompressedSample::fork(CompressedSample::text(5000)));
-        EXPECT_TRUE(
-            m_files.setAttribute("/file", kDecmpfsAttribute, CompressedSample::decmpfs(5000), Links::NotFollow));
-        EXPECT_TRUE(m_files.setFlags("/file", kCompressedFlag));
-        m_files.setOwner("/file", 501);
-        m_files.setGroup("/file", 20);
-        m_process.user = 501;
-        m_processes.groups = {4, 20};
-        m_uncompressor.setObserver(&m_listener);
-    }
-    std::optional<LeftAlone> reason()
-    {
-        EXPECT_EQ(m_uncompressor.expandFile("/file"), 0u);
-        EXPECT_THAT(m_listener.outcomes, IsEmpty());
-        return m_listener.leftAlone.empty() ? std::nullopt : std::optional(m_listener.leftAlone.at("file"));
-    }
-
-    FakeFileSystem m_files;
-    FakeProcesses m_processes;
-    FakeThisProcess m_process;
-    Override<FileSystem> m_filesInPlace{m_files};
-    Override<Processes> m_processesInPlace{m_processes};
-    Override<ThisProcess> m_processInPlace{m_process};
-    Listener m_listener;
-    PXPathUncompressor m_uncompressor{"/file"};
-};
-
-TEST_F(ExpandFileTest, fileThatPassesEveryTest_isTried)
-{
-    EXPECT_EQ(m_uncompressor.expandFile("/file"), 1u);
-    EXPECT_EQ(m_listener.outcomes.size(), 1u);
-}
-
-TEST_F(ExpandFileTest, missingFile_isLeftAlone)
-{
-    EXPECT_TRUE(m_files.removeFile("/file"));
-    EXPECT_EQ(reason(), std::nullopt);
-}
-
-TEST_F(ExpandFileTest, clearedFlag_isLeftAlone)
-{
-    EXPECT_TRUE(m_files.setFlags("/file", 0));
-    EXPECT_EQ(reason(), LeftAlone::FlagCleared);
-    EXPECT_TRUE(m_files.removeAttribute("/file", kDecmpfsAttribute, Links::NotFollow));
-    EXPECT_EQ(reason(), LeftAlone::TooSmall) << "without the header it is an empty file";
-}
-
-TEST_F(ExpandFileTest, fileWithContentThatItsVolumeCompresses_isLeftAlone)
-{
-    m_files.addFile("/file", CompressedSample::text(5000));
-    m_files.setOnCompressingVolume("/file");
-    m_files.setOwner("/file", 501);
-    m_files.setGroup("/file", 20);
-    EXPECT_EQ(reason(), LeftAlone::NotCompressed);
-}
-
-TEST_F(ExpandFileTest, anothersFile_isLeftAlone)
-{
-    m_process.user = 502;
-    EXPECT_EQ(reason(), LeftAlone::AnothersFile);
-}
-
-TEST_F(ExpandFileTest, fileThatIsNotWritable_isLeftAlone)
-{
-    m_files.setMode("/file", 0444);
-    EXPECT_EQ(reason(), LeftAlone::NotWritable);
-}
-
-TEST_F(ExpandFileTest, anothersGroup_isLeftAlone)
-{
-    m_processes.groups = {4};
-    EXPECT_EQ(reason(), LeftAlone::AnothersGroup);
-    m_processes.groups.clear();
-    EXPECT_EQ(reason(), LeftAlone::AnothersGroup);
+    EXPECT_EQ(m_listener.outcomes.size(), kFiles);
+    for (const auto &[name, outcome] : m_listener.outcomes)
+        ASSERT_EQ(outcome, ExpansionOutcome::Result::NoFork) << name;
+    EXPECT_EQ(without, 0u) << "files were met without a descriptor to spare";
+    EXPECT_GT(mostLocks, 100u) << "nothing was left, so nothing was shown";
+    EXPECT_EQ(LeftLocks::count(), 0u);
 }
