@@ -9,6 +9,7 @@
 #include "Platform/Linux/LinuxSuddenTermination.h"
 #include "Platform/Linux/LinuxSystemVersion.h"
 #include "Platform/Linux/LinuxThisProcess.h"
+#include "Platform/Linux/LinuxTransparentCompression.h"
 #include "Platform/Linux/LinuxUserFolders.h"
 #include "Platform/Linux/LinuxVolumes.h"
 
@@ -33,6 +34,7 @@ void installEngineServices()
         SuddenTermination::install(&LinuxSuddenTermination::instance());
     installWhereMissing<SystemVersion, LinuxSystemVersion>();
     installWhereMissing<ThisProcess, LinuxThisProcess>();
+    installWhereMissing<TransparentCompression, LinuxTransparentCompression>();
     installWhereMissing<UserFolders, LinuxUserFolders>();
     installWhereMissing<Volumes, LinuxVolumes>();
 }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Platform/TransparentCompression.h"
+
+/// Where files are never compressed by their volume.
+class NoCompression final : public TransparentCompression
+{
+public:
+    Result<Ability> ability(const Path &folder) const override;
+    Result<FolderState> turnOn(const Path &folder) override;
+    Result<bool> turnOff(const Path &folder) override;
+    Result<std::unique_ptr<CompressibleFile>> open(const Path &file) const override;
+};
