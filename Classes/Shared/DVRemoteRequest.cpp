@@ -1,12 +1,9 @@
 #include "Classes/Shared/DVRemoteRequest.h"
 
 #include "Classes/Shared/Error.h"
+#include "Classes/Shared/HttpTransfer.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QUrl>
-
-static constexpr qint64 kReadAhead = qint64{1} << 20; // of what the network layer keeps for us
 
 DVRemoteRequest *DVRemoteRequest::forURLString(const QString &url, std::chrono::milliseconds timeOut)
 {
@@ -24,12 +21,11 @@ bool DVRemoteRequest::canLoad(const QString &url)
 }
 
 DVRemoteRequest::DVRemoteRequest(std::chrono::milliseconds timeOut)
-    : m_network(new QNetworkAccessManager(this))
 {
     m_silence.setSingleShot(true);
     m_silence.setInterval(timeOut);
     connect(&m_silence, &QTimer::timeout, this, [this] {
-        connectionDidFailWithError({kNetworkErrorDomain, QNetworkReply::TimeoutError, "nothing came in time"});
+        connectionDidFailWithError({kNetworkErrorDomain, CURLE_OPERATION_TIMEDOUT, "nothing came in time"});
     });
 }
 
@@ -41,12 +37,10 @@ void DVRemoteRequest::initWithURLString(const QString &url)
         release();
         return;
     }
-    m_connection = m_network->get(QNetworkRequest(QUrl(url, QUrl::StrictMode)));
-    m_connection->setReadBufferSize(kReadAhead);
-    connect(m_connection, &QNetworkReply::redirected, this, &DVRemoteRequest::connectionDidReceiveResponse);
-    connect(m_connection, &QNetworkReply::metaDataChanged, this, &DVRemoteRequest::connectionDidReceiveResponse);
-    connect(m_connection, &QNetworkReply::readyRead, this, &DVRemoteRequest::connectionDidReceiveData);
-    connect(m_connection, &QNetworkReply::finished, this, &DVRemoteRequest::connectionDidFinish);
+    m_connection = new HttpTransfer(QUrl(url, QUrl::StrictMode), this);
+    connect(m_connection, &HttpTransfer::responded, this, &DVRemoteRequest::connectionDidReceiveResponse);
+    connect(m_connection, &HttpTransfer::received, this, &DVRemoteRequest::connectionDidReceiveData);
+    connect(m_connection, &HttpTransfer::ended, this, &DVRemoteRequest::connectionDidEnd);
     m_silence.start();
 }
 
@@ -67,54 +61,27 @@ void DVRemoteRequest::connectionDidReceiveResponse()
     m_silence.start();
 }
 
-void DVRemoteRequest::connectionDidReceiveData()
+void DVRemoteRequest::connectionDidReceiveData(QByteArrayView data)
 {
-    m_receivedData += m_connection->readAll();
+    m_receivedData += data;
     m_silence.start();
     if (m_receivedData.size() > kLongestBody)
+        m_connection->refuse();
+}
+
+void DVRemoteRequest::connectionDidEnd(int code, const QString &message)
+{
+    m_silence.stop(); // whoever is told may take its time
+    if (code == CURLE_OK)
+        connectionDidFinishLoading();
+    else if (m_receivedData.size() > kLongestBody)
         connectionDidFailWithError({kNetworkErrorDomain, kTooLong, "the page is longer than 64 MiB"});
-}
-
-/// Whether all has come that the server announced. Of a packed page the network layer tells no length.
-bool DVRemoteRequest::isWhole() const
-{
-    bool isAnnounced = false;
-    const qint64 length = m_connection->header(QNetworkRequest::ContentLengthHeader).toLongLong(&isAnnounced);
-    return !isAnnounced || m_receivedData.size() >= length;
-}
-
-/// Whether the server has sent a whole answer. The network layer counts some of them as errors by their status, and
-/// for those may overlook that the connection was cut off.
-bool DVRemoteRequest::isAnswered() const
-{
-    const int error = m_connection->error();
-    const int status = m_connection->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const bool isOfStatus =
-        error == QNetworkReply::ProxyAuthenticationRequiredError || error >= QNetworkReply::ContentAccessDenied;
-    return error == QNetworkReply::NoError || (status >= 400 && isOfStatus);
-}
-
-void DVRemoteRequest::connectionDidFinish()
-{
-    if (isAnswered()) {
-        connectionDidReceiveData(); // what came with the end
-        if (m_connection && isWhole())
-            connectionDidFinishLoading();
-        else if (m_connection)
-            connectionDidFailWithError(
-                {kNetworkErrorDomain, QNetworkReply::RemoteHostClosedError, "the connection was cut off"});
-    } else {
-        connectionDidFailWithError(
-            {kNetworkErrorDomain, int(m_connection->error()), m_connection->errorString().toStdString()});
-    }
+    else
+        connectionDidFailWithError({kNetworkErrorDomain, code, message.toStdString()});
 }
 
 void DVRemoteRequest::connectionDidFinishLoading()
 {
-    m_silence.stop(); // whoever is told may take its time
-    QNetworkReply *const connection = m_connection;
-    m_connection = nullptr;
-    connection->disconnect(this);
     if (DVRemoteRequestDelegate *const told = delegate())
         told->remoteRequestFinishedLoading(this, m_receivedData);
     release();
@@ -122,13 +89,9 @@ void DVRemoteRequest::connectionDidFinishLoading()
 
 void DVRemoteRequest::connectionDidFailWithError(const Error &error)
 {
-    m_silence.stop();
-    QNetworkReply *const connection = m_connection;
-    m_connection = nullptr;
-    connection->disconnect(this);
+    m_connection->disconnect(this);
     if (DVRemoteRequestDelegate *const told = delegate())
         told->remoteRequestError(this, error);
-    connection->abort();
     release();
 }
 

@@ -8,8 +8,7 @@
 
 #include <chrono>
 
-class QNetworkAccessManager;
-class QNetworkReply;
+class HttpTransfer;
 
 /// Fetches what is at a URL into memory. Starts loading when it is made, owns itself, and goes after it has told its
 /// delegate. Main thread.
@@ -25,9 +24,9 @@ public:
     static constexpr char kErrorDomain[] = "connection";
     static constexpr int kCannotConnect = 99;
 
-    /// Of one that failed; the codes are those of `QNetworkReply::NetworkError` and one more.
+    /// Of one that failed; the codes are those of `CURLcode` and one more.
     static constexpr char kNetworkErrorDomain[] = "network";
-    static constexpr int kTooLong = 500; ///< the body is longer than `kLongestBody`
+    static constexpr int kTooLong = 1000; ///< the body is longer than `kLongestBody`
 
     /// A request that is loading already. The delegate is to be set before the event loop runs again, and the request
     /// is not to be deleted. A URL that is not `canLoad` loads nothing, and its request goes without a word: at the
@@ -46,17 +45,14 @@ private:
 
     void initWithURLString(const QString &url);
     void connectionDidReceiveResponse();
-    void connectionDidReceiveData();
-    void connectionDidFinish();
+    void connectionDidReceiveData(QByteArrayView data);
+    void connectionDidEnd(int code, const QString &message);
     void connectionDidFailWithError(const Error &error);
     void connectionDidFinishLoading();
     void release();
-    bool isAnswered() const;
-    bool isWhole() const;
 
     std::weak_ptr<DVRemoteRequestDelegate *> m_delegate;
     QByteArray m_receivedData;
-    QNetworkAccessManager *const m_network; ///< a child
     QTimer m_silence;
-    QNetworkReply *m_connection = nullptr; ///< the manager's
+    HttpTransfer *m_connection = nullptr; ///< a child
 };
