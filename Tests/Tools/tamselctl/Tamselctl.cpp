@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 static constexpr int kPatienceMs = 30000;
 
 RunningTamselctl::RunningTamselctl(const std::vector<std::string> &words, const std::string &standardOutput)
@@ -51,6 +53,11 @@ bool RunningTamselctl::waitForText(const std::string &text, const std::string &i
         m_err += m_process.readAllStandardError().toStdString();
     }
     return true;
+}
+
+void RunningTamselctl::send(int signal) const
+{
+    EXPECT_EQ(::kill(pid_t(m_process.processId()), signal), 0);
 }
 
 Ended RunningTamselctl::waitForEnd()

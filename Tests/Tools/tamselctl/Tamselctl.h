@@ -33,6 +33,10 @@ public:
 
     /// What was read from standard output while waiting for it.
     const std::string &out() const { return m_out; }
+
+    /// Sends the signal to the process, which must have been seen to run.
+    void send(int signal) const;
+
     Ended waitForEnd();
 
 private:
