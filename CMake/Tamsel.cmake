@@ -59,10 +59,11 @@ function(tamsel_sources target)
   endif()
 endfunction()
 
-# tamsel_test(NAME [QT] [SERIAL] SOURCES FILE… [LIBRARIES TARGET…] [LABELS LABEL…] [TIMEOUT SECONDS]): a test
-# program; each of its tests runs in a process of its own, so that single instances start afresh.
+# tamsel_test(NAME [QT] [SERIAL] SOURCES FILE… [LIBRARIES TARGET…] [LABELS LABEL…] [TIMEOUT SECONDS] [INSTANCES NAME…]):
+# a test program; each of its tests runs in a process of its own, so that single instances start afresh. Where making
+# what tests need takes longer than they do, those of each of these instances share a process.
 function(tamsel_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "QT;SERIAL" "TIMEOUT" "SOURCES;LIBRARIES;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "QT;SERIAL" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;INSTANCES")
   add_executable(${name} ${arg_SOURCES})
   if(arg_QT)
     set(support TamselQtTestSupport)
@@ -83,6 +84,14 @@ function(tamsel_test name)
   endif()
   if(arg_LABELS)
     list(APPEND properties LABELS "${arg_LABELS}")
+  endif()
+  foreach(instance IN LISTS arg_INSTANCES)
+    add_test(NAME ${name}.${instance} COMMAND ${name} --gtest_brief=1 --gtest_filter=${instance}/*)
+    # All of them are skipped or none, so that no failure can hide behind it.
+    set_tests_properties(${name}.${instance} PROPERTIES ${properties} SKIP_REGULAR_EXPRESSION "the machine mounts no")
+  endforeach()
+  if(arg_INSTANCES)
+    return()
   endif()
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES PROPERTIES ${properties})

@@ -26,7 +26,14 @@ protected:
     {
         setLogSink([](const std::string &) {});
     }
-    ~ExpansionFixture() override { setLogSink(nullptr); }
+    ~ExpansionFixture() override
+    {
+        setLogSink(nullptr);
+        LeftLocks::release();
+        std::filesystem::remove_all(m_folder);
+        for (const std::string &name : scratchFiles())
+            std::filesystem::remove(temporaryFolder() / name);
+    }
 
     static void write(const Path &path, ByteView content)
     {
