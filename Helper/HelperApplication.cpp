@@ -6,12 +6,19 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
+#include <string_view>
 #include <utility>
 
 // On a machine with no processor to spare, what only gets the rest may take seconds to hear of anything.
 static constexpr std::chrono::milliseconds kLongestStop{200};
 static constexpr std::chrono::hours kSurveyInterval{1}; // other programs change the folders too
 static constexpr unsigned kWhole = 100;
+static constexpr std::size_t kMostWaiting = 32;
+
+// Each is looked at and logged while nothing else is heard, and any process of the user may ask for anything.
+static constexpr std::size_t kMostFolders = 10000; // twice what the pane puts into one notification
+static constexpr std::size_t kLongestPath = 4096;
 
 static const char *wordFor(bool isOn)
 {
@@ -113,26 +120,58 @@ void HelperApplication::readSettings()
     m_updateCheck.setAutomatic(settings.checkUpdates);
 }
 
+/// The paths under the key, each once.
 static std::vector<std::string> listOf(const Notification &notification, const std::string &key)
 {
     const auto entry = notification.userInfo.find(key);
     if (entry == notification.userInfo.end())
         return {};
     const auto *const list = std::get_if<std::vector<std::string>>(&entry->second);
-    if (!list)
+    if (!list) {
         logLine(notification.name + ": " + key + " is no array");
-    return list ? *list : std::vector<std::string>();
+        return {};
+    }
+    std::set<std::string_view> met;
+    std::vector<std::string> folders;
+    for (const std::string &folder : *list) {
+        if (folder.size() <= kLongestPath && met.size() < kMostFolders && met.insert(folder).second)
+            folders.push_back(folder);
+    }
+    if (met.size() == kMostFolders && list->size() > kMostFolders)
+        logLine(notification.name + ": only " + std::to_string(kMostFolders) + " of " + key + " are taken");
+    return folders;
 }
 
 void HelperApplication::changeFolders(const Notification &notification)
 {
-    const std::vector<std::string> added = listOf(notification, "foldersToAdd");
-    const bool hasRemoved = m_folders.remove(listOf(notification, "foldersToRemove"));
-    const bool hasAdded = notification.userInfo.contains("foldersToAdd") && m_folders.add(added);
+    m_changes.push_back({listOf(notification, "foldersToAdd"), listOf(notification, "foldersToRemove"),
+                         notification.userInfo.contains("foldersToAdd")});
+    if (m_changes.size() > kMostWaiting)
+        return makeChanges();
+    if (m_changes.size() > 1)
+        return;
+    std::vector<Bytes> lost = m_folders.lost(m_changes.front().toAdd, m_changes.front().toRemove);
+    if (lost.empty())
+        makeChanges();
+    else
+        m_movedFolders.find(std::move(lost), [this] { makeChanges(); });
+}
+
+void HelperApplication::makeChanges()
+{
+    m_movedFolders.cancel();
+    for (const FolderChange &change : std::exchange(m_changes, {}))
+        makeChange(change);
+}
+
+void HelperApplication::makeChange(const FolderChange &change)
+{
+    const bool hasRemoved = m_folders.remove(change.toRemove);
+    const bool hasAdded = change.isAddition && m_folders.add(change.toAdd);
     if (hasAdded || hasRemoved)
         m_recorder.noteChange();
     // A folder that is added again is looked at again.
-    if (m_isActive && (!added.empty() || hasRemoved))
+    if (m_isActive && (!change.toAdd.empty() || hasRemoved))
         survey();
 }
 
@@ -205,6 +244,7 @@ void HelperApplication::prepareRestart(const std::string &version)
 bool HelperApplication::stop()
 {
     ApplicationName::current().release(kIdentifier);
+    makeChanges();
     m_scheduler.stop();
     m_recorder.write();
     m_folders.close();

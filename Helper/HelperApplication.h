@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Helper/MovedFolders.h"
 #include "Helper/SavingsRecorder.h"
 #include "Helper/SurveyScheduler.h"
 #include "Helper/Surveyor.h"
@@ -57,9 +58,18 @@ Q_SIGNALS:
     void restartRequested();
 
 private:
+    struct FolderChange
+    {
+        std::vector<std::string> toAdd;
+        std::vector<std::string> toRemove;
+        bool isAddition = false; ///< an empty one forgets what was refused
+    };
+
     void observe();
     void quit();
     void changeFolders(const Notification &notification);
+    void makeChanges();
+    void makeChange(const FolderChange &change);
     void compareVersion(const Notification &notification);
     void readExclusions();
     void survey();
@@ -68,6 +78,8 @@ private:
 
     Place m_place;
     WatchedFolders m_folders;
+    MovedFolders m_movedFolders;
+    std::vector<FolderChange> m_changes; ///< that wait until moved folders have been searched for
     SavingsRecorder m_recorder;
     UpdateCheck m_updateCheck;
     Surveyor m_surveyor;

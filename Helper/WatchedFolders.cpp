@@ -25,6 +25,12 @@ static bool isDone(const Result<T> &result, const std::string &what)
     return bool(result);
 }
 
+/// Whether it is on the list and where it was recorded, at that path.
+static bool isUnmoved(PlacedFolder &each, const std::string &path, const std::string &place)
+{
+    return each.record.isEnabled && each.record.folder == path && each.isFound() && each.place() == place;
+}
+
 /// The watched folder that is meant by a path; nullptr when none is.
 static PlacedFolder *watchedAt(std::vector<PlacedFolder> &records, const std::string &path)
 {
@@ -38,7 +44,7 @@ static PlacedFolder *watchedAt(std::vector<PlacedFolder> &records, const std::st
     const auto wasThere = [&](PlacedFolder &each) { return each.record.folder == path; };
     const auto isLost = [&](PlacedFolder &each) { return !each.isFound() && each.place() == place; };
     // Most are where they were recorded, and then no other has to be looked for.
-    if (PlacedFolder *const unmoved = first([&](PlacedFolder &each) { return wasThere(each) && isThere(each); }))
+    if (PlacedFolder *const unmoved = first([&](PlacedFolder &each) { return isUnmoved(each, path, place); }))
         return unmoved;
     if (PlacedFolder *const moved = first(isThere))
         return moved;
@@ -92,6 +98,23 @@ std::vector<std::string> WatchedFolders::kept()
     return folders;
 }
 
+std::vector<Bytes> WatchedFolders::lost(const std::vector<std::string> &toAdd, const std::vector<std::string> &toRemove)
+{
+    PlacedFolders records = toAdd.empty() && toRemove.empty() ? PlacedFolders() : placed();
+    const auto isUnmovedOne = [&records](const std::string &path) {
+        const std::string place = PlacedFolder::realPath(path);
+        return std::ranges::any_of(records, [&](PlacedFolder &each) { return isUnmoved(each, path, place); });
+    };
+    if (std::ranges::all_of(toAdd, isUnmovedOne) && std::ranges::all_of(toRemove, isUnmovedOne))
+        return {};
+    std::vector<Bytes> aliases;
+    for (PlacedFolder &each : records) {
+        if (!each.isFound() && !each.record.alias.empty())
+            aliases.push_back(each.record.alias);
+    }
+    return aliases;
+}
+
 bool WatchedFolders::add(const std::vector<std::string> &folders)
 {
     std::vector<std::string> taken;
@@ -125,9 +148,7 @@ bool WatchedFolders::setRefusals(const std::vector<FolderRefusal> &refusals)
 bool WatchedFolders::addOne(PlacedFolders &records, const std::string &folder)
 {
     // Most of what is added twice is where it was, and then no other has to be looked for.
-    const auto isAsRecorded = [&](PlacedFolder &each) {
-        return each.record.isEnabled && each.record.folder == folder && each.isFound() && each.place() == folder;
-    };
+    const auto isAsRecorded = [&](PlacedFolder &each) { return isUnmoved(each, folder, folder); };
     bool isWatched = std::ranges::any_of(records, isAsRecorded);
     if (!isWatched) {
         const auto alias = AliasManager::current().newAlias(folder);

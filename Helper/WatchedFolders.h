@@ -33,6 +33,10 @@ public:
     /// Lets the store go; the next use opens it again.
     void close() { m_database.reset(); }
 
+    /// The records of folders that are not where they were and may bear on what is asked for. They are to be searched
+    /// for first, elsewhere, since `add` and `remove` find what was found before and search for nothing.
+    std::vector<Bytes> lost(const std::vector<std::string> &toAdd, const std::vector<std::string> &toRemove);
+
     /// Takes each folder on the list, unless the rules speak against it; those are kept as refused, in place of the
     /// refusals before. One that is on the list already, under whatever path, stays as it is; one that was taken off is
     /// enabled again with its savings. Answers whether anything changed, refusals included.

@@ -15,6 +15,7 @@ static constexpr int kMostRetries = 50; // a helper that was started answers wit
 // A notification has room for its name and the key, too.
 static constexpr std::size_t kMostBytes = DistributedNotificationCenter::kLargestPost - 1024;
 static constexpr std::size_t kBytesBesideEach = 8;
+static constexpr std::size_t kMostInOne = 5000; // the helper takes twice as many
 
 /// The folders in their order, in groups of what one notification can carry; one empty group when there are none.
 static std::vector<std::vector<std::string>> groupsOf(const std::vector<std::string> &folders)
@@ -23,7 +24,7 @@ static std::vector<std::vector<std::string>> groupsOf(const std::vector<std::str
     std::size_t bytes = 0;
     for (const std::string &folder : folders) {
         bytes += folder.size() + kBytesBesideEach;
-        if (bytes > kMostBytes && !groups.back().empty()) {
+        if ((bytes > kMostBytes && !groups.back().empty()) || groups.back().size() == kMostInOne) {
             groups.emplace_back();
             bytes = folder.size() + kBytesBesideEach;
         }

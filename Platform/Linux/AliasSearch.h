@@ -27,6 +27,9 @@ public:
     /// below `mountPoint`; neither needs to exist.
     std::optional<Path> find(const Path &lastSeen, const Path &mountPoint);
 
+    /// Whether a limit is reached.
+    bool isExhausted() const;
+
     /// The entries met so far.
     std::size_t entries() const { return m_entries; }
 
@@ -34,7 +37,6 @@ private:
     std::optional<Path> searchBelow(const Path &folder, const Path &alreadySearched);
     std::optional<Path> searchFolder(const Path &folder, const Path &alreadySearched, std::deque<Path> &folders);
     std::optional<Path> accept(const Path &candidate) const;
-    bool isExhausted() const;
 
     const AliasIdentity &m_identity;
     const MountTable &m_mounts;

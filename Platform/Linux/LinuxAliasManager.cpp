@@ -1,14 +1,20 @@
 #include "Platform/Linux/LinuxAliasManager.h"
 
 #include "Platform/Linux/AliasRecordMaking.h"
-#include "Platform/Linux/AliasSearch.h"
 #include "Platform/Linux/CurrentMounts.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 
-static constexpr std::size_t kMostEntriesSearched = 5'000'000;
+#include <unistd.h>
+
+static constexpr std::size_t kMostVolumes = 1000; // of which records may tell that were made up
+
+static bool isMainThread()
+{
+    return ::gettid() == ::getpid();
+}
 
 /// `path`, if the very file of `identity` is there and nothing has to be mounted to see it.
 static std::optional<Path> accepted(const Path &path, const AliasIdentity &identity, const MountTable &mounts)
@@ -131,7 +137,7 @@ static bool holds(const Mount &mount, const AliasTarget &top, const AliasIdentit
 std::vector<Mount> LinuxAliasManager::mountsOfVolume(const AliasIdentity &identity, const MountTable &mounts) const
 {
     const std::lock_guard lock(m_mutex);
-    if (m_generation != mounts.generation())
+    if (m_generation != mounts.generation() || m_volumes.size() >= kMostVolumes)
         m_volumes.clear();
     m_generation = mounts.generation();
     const auto [place, isNew] = m_volumes.try_emplace({identity.volumeUuid, identity.fileSystemId});
@@ -182,18 +188,24 @@ std::optional<Path> LinuxAliasManager::search(const AliasIdentity &identity, con
         return std::nullopt;
     Bytes key = identity.encode();
     key.insert(key.end(), mountPoint.native().begin(), mountPoint.native().end());
-    if (const auto last = m_memory.lastFound(key)) {
-        if (const std::optional<Path> found = accepted(*last, identity, mounts))
-            return found;
-    }
+    const auto remembered = [&] {
+        const std::optional<Path> last = m_memory.lastFound(key);
+        return last ? accepted(*last, identity, mounts) : std::nullopt;
+    };
+    if (isMainThread())
+        return remembered();
+    const SearchMemory::Turn turn(m_memory, key);
+    if (std::optional<Path> found = remembered()) // maybe by the thread that this one has waited for
+        return found;
     const std::string state = SearchMemory::stateOf(lastSeen, mountPoint, mounts);
-    const auto time = m_memory.timeFor(key, state);
-    if (!time)
+    if (!m_memory.isWorthwhile(key, state))
         return std::nullopt;
     ++m_searches;
-    const auto start = std::chrono::steady_clock::now();
-    std::optional<Path> found = AliasSearch(identity, mounts, {kMostEntriesSearched, *time}).find(lastSeen, mountPoint);
-    const auto taken = std::chrono::steady_clock::now() - start;
-    m_memory.noteSearch(key, state, found, std::chrono::ceil<std::chrono::milliseconds>(taken));
+    AliasSearch search(identity, mounts, m_longestSearch);
+    std::optional<Path> found = search.find(lastSeen, mountPoint);
+    if (found)
+        m_memory.note(key, state, SearchMemory::End::Found, *found);
+    else
+        m_memory.note(key, state, search.isExhausted() ? SearchMemory::End::Unfinished : SearchMemory::End::Vain);
     return found;
 }

@@ -2,6 +2,7 @@
 
 #include "Platform/AliasManager.h"
 #include "Platform/Formats/AliasRecord.h"
+#include "Platform/Linux/AliasSearch.h"
 #include "Platform/Linux/AliasTarget.h"
 #include "Platform/Linux/SearchMemory.h"
 
@@ -12,15 +13,16 @@
 #include <vector>
 
 /// Alias records for what lies on this machine's volumes. How a target is told from another and how it is looked for is
-/// described in Docs/Formats/AliasRecords.md. Any thread.
+/// described in Docs/Formats/AliasRecords.md. Any thread; the main one never searches.
 class LinuxAliasManager final : public AliasManager
 {
 public:
     /// Without handles it finds what it finds for a user who may not open by handle, that is anybody but root.
     enum class Handles { Try, DoNotTry };
-    explicit LinuxAliasManager(Handles handles = Handles::Try, SearchMemory::Limits limits = {})
+    static constexpr AliasSearch::Limits kLongestSearch{5'000'000, std::chrono::seconds(5)};
+    explicit LinuxAliasManager(Handles handles = Handles::Try, AliasSearch::Limits longestSearch = kLongestSearch)
         : m_handles(handles)
-        , m_memory(limits)
+        , m_longestSearch(longestSearch)
     {
     }
 
@@ -40,6 +42,7 @@ private:
                                const MountTable &mounts) const;
 
     Handles m_handles;
+    AliasSearch::Limits m_longestSearch;
     mutable SearchMemory m_memory;
     mutable std::mutex m_mutex;
     mutable std::size_t m_generation = 0; ///< of the mount table that `m_volumes` was made from

@@ -3,14 +3,23 @@
 #include <algorithm>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
-static constexpr std::size_t kMostRemembered = 1024;
-static constexpr std::chrono::milliseconds kShortestSearch{10};
+static constexpr std::chrono::seconds kFirstPause{60};
+static constexpr std::chrono::seconds kLongestPause{3600};
 
-static bool isMainThread()
+SearchMemory::Turn::Turn(SearchMemory &memory, const Bytes &key)
+    : m_memory(memory)
+    , m_key(key)
 {
-    return ::gettid() == ::getpid();
+    std::unique_lock lock(m_memory.m_mutex);
+    m_memory.m_turnEnded.wait(lock, [this] { return m_memory.m_underWay.insert(m_key).second; });
+}
+
+SearchMemory::Turn::~Turn()
+{
+    const std::lock_guard lock(m_memory.m_mutex);
+    m_memory.m_underWay.erase(m_key);
+    m_memory.m_turnEnded.notify_all();
 }
 
 std::string SearchMemory::stateOf(const Path &lastSeen, const Path &mountPoint, const MountTable &mounts)
@@ -32,45 +41,39 @@ std::string SearchMemory::stateOf(const Path &lastSeen, const Path &mountPoint, 
     return state;
 }
 
-std::optional<std::chrono::milliseconds> SearchMemory::timeFor(const Bytes &key, const std::string &state)
+bool SearchMemory::isWorthwhile(const Bytes &key, const std::string &state, Clock::time_point now) const
 {
     const std::lock_guard lock(m_mutex);
-    const bool isMain = isMainThread();
-    const auto known = m_lost.find(key);
-    if (known != m_lost.end() && known->second.state == state && (known->second.wasThorough || isMain))
-        return std::nullopt;
-    if (!isMain)
-        return m_limits.otherThreadSearch;
-    const auto now = std::chrono::steady_clock::now();
-    if (now - m_periodStart >= m_limits.period) {
-        m_periodStart = now;
-        m_spent = {};
-    }
-    const std::chrono::milliseconds left = std::min(m_limits.mainThreadSearch, m_limits.mainThreadShare - m_spent);
-    return left < kShortestSearch ? std::nullopt : std::optional(left);
+    const auto known = m_entries.find(key);
+    if (known == m_entries.end() || known->second.end == End::Found || known->second.state != state)
+        return true;
+    return known->second.end == End::Unfinished && now >= known->second.next;
 }
 
-void SearchMemory::noteSearch(const Bytes &key, const std::string &state, const std::optional<Path> &found,
-                              std::chrono::milliseconds taken)
+void SearchMemory::note(const Bytes &key, const std::string &state, End end, const Path &found, Clock::time_point now)
 {
     const std::lock_guard lock(m_mutex);
-    if (isMainThread())
-        m_spent += taken;
-    if (m_lost.size() + m_found.size() >= kMostRemembered) {
-        m_lost.clear();
-        m_found.clear();
-    }
-    m_lost.erase(key);
-    m_found.erase(key);
-    if (found)
-        m_found[key] = *found;
-    else
-        m_lost[key] = {state, !isMainThread()};
+    Entry &entry = m_entries[key];
+    const bool isAgain = entry.end == End::Unfinished && end == End::Unfinished && entry.number != 0;
+    const auto pause = isAgain ? std::min(2 * entry.pause, kLongestPause) : kFirstPause;
+    m_order.erase(entry.number);
+    entry = {end, found, state, now + pause, pause, ++m_lastNumber};
+    m_order[entry.number] = key;
+    if (m_entries.size() > m_mostRemembered)
+        forgetOldest();
 }
 
-std::optional<Path> SearchMemory::lastFound(const Bytes &key)
+void SearchMemory::forgetOldest()
+{
+    const auto oldest = m_order.begin();
+    m_entries.erase(oldest->second);
+    m_order.erase(oldest);
+}
+
+std::optional<Path> SearchMemory::lastFound(const Bytes &key) const
 {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_found.find(key);
-    return found == m_found.end() ? std::nullopt : std::optional(found->second);
+    const auto known = m_entries.find(key);
+    const bool isFound = known != m_entries.end() && known->second.end == End::Found;
+    return isFound ? std::optional(known->second.found) : std::nullopt;
 }

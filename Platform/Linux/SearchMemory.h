@@ -4,29 +4,41 @@
 #include "Platform/Types.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 /// Remembers what searches found and did not find, so that no target is searched for again until its volume has
-/// changed, and keeps searches from holding up the main thread. Any thread.
+/// changed, and by one thread at a time. Any thread.
 class SearchMemory final
 {
 public:
-    /// How long a search may take. The main thread's are short, and of all of them together no more than
-    /// `mainThreadShare` is spent in a `period`.
-    struct Limits
+    using Clock = std::chrono::steady_clock;
+
+    /// How a search ended. One that ran into a limit may find its target the next time: the caches are warm by then.
+    enum class End { Found, Vain, Unfinished };
+
+    /// Held while a target is searched for. Waits until no other thread does.
+    class Turn final
     {
-        std::chrono::milliseconds mainThreadSearch{50};
-        std::chrono::milliseconds mainThreadShare{80};
-        std::chrono::milliseconds period{1000};
-        std::chrono::milliseconds otherThreadSearch{5000};
+    public:
+        Turn(SearchMemory &memory, const Bytes &key);
+        ~Turn();
+        Turn(const Turn &) = delete;
+        Turn &operator=(const Turn &) = delete;
+
+    private:
+        SearchMemory &m_memory;
+        const Bytes m_key;
     };
 
-    explicit SearchMemory(Limits limits)
-        : m_limits(limits)
+    explicit SearchMemory(std::size_t mostRemembered = 100'000)
+        : m_mostRemembered(mostRemembered)
     {
     }
 
@@ -34,28 +46,36 @@ public:
     /// and status-change time of each folder above `lastSeen`, up to `mountPoint`. To be taken before the search.
     static std::string stateOf(const Path &lastSeen, const Path &mountPoint, const MountTable &mounts);
 
-    /// The time that a search for `key` may take now; nothing when it was in vain in the same state (a search of the
-    /// main thread only counts for the main thread) or the main thread's share is used up.
-    std::optional<std::chrono::milliseconds> timeFor(const Bytes &key, const std::string &state);
+    /// Whether a search for `key` may end otherwise than the last one did: not when that was in vain in the same state,
+    /// nor soon after one that did not get to its end, each time later.
+    bool isWorthwhile(const Bytes &key, const std::string &state, Clock::time_point now = Clock::now()) const;
 
-    void noteSearch(const Bytes &key, const std::string &state, const std::optional<Path> &found,
-                    std::chrono::milliseconds taken);
+    /// `found` where the search ended with `Found`.
+    void note(const Bytes &key, const std::string &state, End end, const Path &found = {},
+              Clock::time_point now = Clock::now());
 
     /// Where the last search found the target: to be looked at first, for those who do not keep the record that they
     /// were given then.
-    std::optional<Path> lastFound(const Bytes &key);
+    std::optional<Path> lastFound(const Bytes &key) const;
 
 private:
     struct Entry
     {
+        End end = End::Vain;
+        Path found;
         std::string state;
-        bool wasThorough = false;
+        Clock::time_point next;
+        std::chrono::seconds pause{0};
+        std::uint64_t number = 0; ///< greater than of any that was noted before
     };
 
-    const Limits m_limits;
-    std::mutex m_mutex;
-    std::map<Bytes, Entry> m_lost;
-    std::map<Bytes, Path> m_found;
-    std::chrono::steady_clock::time_point m_periodStart{};
-    std::chrono::milliseconds m_spent{0};
+    void forgetOldest();
+
+    const std::size_t m_mostRemembered;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_turnEnded;
+    std::set<Bytes> m_underWay;
+    std::map<Bytes, Entry> m_entries;
+    std::map<std::uint64_t, Bytes> m_order; ///< the keys of the entries by their numbers
+    std::uint64_t m_lastNumber = 0;
 };

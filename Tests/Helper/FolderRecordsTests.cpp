@@ -2,6 +2,7 @@
 #include "Helper/WatchedFolders.h"
 
 #include "Platform/AliasManager.h"
+#include "Tests/Support/BackgroundAliases.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
 
@@ -89,7 +90,8 @@ protected:
     const fs::path root = fs::canonical(PrivateHome::current().makeFolder("folders"));
     const fs::path store = PrivateHome::current().makeFolder("support") / "history.db";
     WatchedFolders list{{store, HistoryFixture::seed(), HistoryFixture::modelFile()}};
-    CountingAliasManager aliases{AliasManager::current()};
+    BackgroundAliases searchingAliases;
+    CountingAliasManager aliases{searchingAliases};
     Override<AliasManager> installedAliases{aliases};
 };
 

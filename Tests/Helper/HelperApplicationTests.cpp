@@ -6,6 +6,7 @@
 #include "Platform/Fake/FakeApplicationName.h"
 #include "Platform/Fake/FakeNotificationCenter.h"
 #include "Platform/Fake/FakeThisProcess.h"
+#include "Platform/Linux/LinuxAliasManager.h"
 #include "Tests/Support/FileContent.h"
 #include "Tests/Support/HistoryFixture.h"
 #include "Tests/Support/PrivateHome.h"
@@ -14,6 +15,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <optional>
@@ -272,6 +274,22 @@ TEST_F(HelperApplicationTest, folders_malformedPayloads_changeNothing)
     EXPECT_THAT(logged(), Contains(HasSubstr("foldersToAdd is no array")));
 }
 
+TEST_F(HelperApplicationTest, folders_moreThanAnybodyMeans_areCut)
+{
+    start();
+    std::vector<std::string> many(20000, work.native());
+    for (int number = 0; number < 12000; ++number)
+        many.push_back("missing " + std::to_string(number));
+    many.push_back(log);
+    removeFolders(many);
+    EXPECT_THAT(logged(), Contains("com.dovrane.pellix.folders: only 10000 of foldersToRemove are taken"));
+    const std::vector<std::string> lines = logged();
+    EXPECT_EQ(std::ranges::count_if(lines, [](const std::string &line) { return line.starts_with("Not removed"); }),
+              10000);
+    addFolders({log.native() + std::string(5000, 'x'), log});
+    EXPECT_TRUE(untilRecords({"log on 100 1000"}));
+}
+
 TEST_F(HelperApplicationTest, foldersToRemove_watched_isDisabledAndKeepsItsSavings)
 {
     start();
@@ -293,6 +311,52 @@ TEST_F(HelperApplicationTest, foldersToRemove_movedFolder_isFoundByItsNewPath)
     fs::rename(log, log.parent_path() / "moved");
     removeFolders({log.parent_path() / "moved"});
     EXPECT_TRUE(untilRecords({"log off 100 1000"}));
+}
+
+TEST_F(HelperApplicationTest, foldersToRemove_movedFolderThatHasToBeSearchedFor_isFoundByItsNewPath)
+{
+    LinuxAliasManager aliases(LinuxAliasManager::Handles::DoNotTry);
+    Override<AliasManager> aliasesOverride(aliases);
+    set("<key>active</key><false/>");
+    start();
+    addFolders({log, work});
+    ASSERT_TRUE(untilRecords({"log on 0 0", "work on 0 0"}));
+    fs::rename(log, log.parent_path() / "moved");
+    removeFolders({log.parent_path() / "moved"});
+    removeFolders({work}); // meanwhile
+    EXPECT_TRUE(untilRecords({"log off 0 0", "work off 0 0"}));
+    EXPECT_EQ(aliases.searches(), 1);
+    helper.reset(); // before what it asks
+}
+
+TEST_F(HelperApplicationTest, foldersToAdd_movedFolderThatHasToBeSearchedFor_staysItsRecord)
+{
+    LinuxAliasManager aliases(LinuxAliasManager::Handles::DoNotTry);
+    Override<AliasManager> aliasesOverride(aliases);
+    set("<key>active</key><false/>");
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 0 0"}));
+    fs::rename(log, log.parent_path() / "moved");
+    fs::create_directory(log);
+    addFolders({log});
+    EXPECT_TRUE(untilRecords({"moved on 0 0", "log on 0 0"}));
+    helper.reset();
+}
+
+TEST_F(HelperApplicationTest, quit_whileAMovedFolderIsSearchedFor_theChangeIsMade)
+{
+    LinuxAliasManager aliases(LinuxAliasManager::Handles::DoNotTry);
+    Override<AliasManager> aliasesOverride(aliases);
+    set("<key>active</key><false/>");
+    start();
+    addFolders({log});
+    ASSERT_TRUE(untilRecords({"log on 0 0"}));
+    fs::rename(log, log.parent_path() / "moved");
+    addFolders({work});
+    helper->stop();
+    EXPECT_TRUE(untilRecords({"log on 0 0", "work on 0 0"}));
+    helper.reset();
 }
 
 TEST_F(HelperApplicationTest, foldersToRemove_movedAndSurveyedSince_isFoundWhereItIsNow)

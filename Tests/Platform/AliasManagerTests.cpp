@@ -2,7 +2,7 @@
 
 #include "Platform/Fake/FakeAliasManager.h"
 #include "Platform/Formats/AliasRecord.h"
-#include "Platform/Linux/LinuxAliasManager.h"
+#include "Tests/Support/BackgroundAliases.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/PrivateMounts.h"
 
@@ -16,14 +16,10 @@ static int s_worlds = 0; // each test has a folder of its own, whichever process
 
 namespace {
 
-/// More patient than on a user's main thread, for busy machines; vain searches still end soon on large volumes.
-constexpr SearchMemory::Limits kPatient{std::chrono::milliseconds(500), std::chrono::milliseconds(500),
-                                        std::chrono::milliseconds(1000), std::chrono::milliseconds(5000)};
-
 /// The Linux service over a new folder of this machine.
 struct LinuxWorld
 {
-    LinuxAliasManager service{LinuxAliasManager::Handles::Try, kPatient};
+    BackgroundAliases service;
     Path root = PrivateHome::current().makeFolder("world" + std::to_string(++s_worlds));
     PrivateMounts mounts;
 
@@ -43,7 +39,7 @@ struct LinuxWorld
 /// The same for a user who may not open by handle: what was moved has to be searched for.
 struct SearchingLinuxWorld : LinuxWorld
 {
-    LinuxAliasManager service{LinuxAliasManager::Handles::DoNotTry, kPatient};
+    BackgroundAliases service{LinuxAliasManager::Handles::DoNotTry};
 };
 
 /// The fake with a folder of its own.

@@ -1,6 +1,7 @@
 #include "Tools/tamselctl/Verbs.h"
 
 #include "Classes/Shared/RQAlias.h"
+#include "Classes/Shared/inBackground.h"
 #include "Platform/FileSystem.h"
 #include "Tools/tamselctl/Invocation.h"
 
@@ -71,7 +72,7 @@ ExitCode resolveAlias(Invocation &invocation)
     const RQAlias alias = RQAlias::aliasWithData(*bytes);
     if (!alias.originalAliasInfo())
         return invocation.fail(notARecord(file));
-    const auto path = alias.fullPath();
+    const auto path = inBackground([&alias] { return alias.fullPath(); });
     if (!path)
         return invocation.fail("the target is not there: " + alias.originalAliasInfo()->string("pathString"));
     invocation.print(Record().add("path", path->native()), path->native() + "\n");

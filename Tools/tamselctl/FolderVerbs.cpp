@@ -1,9 +1,12 @@
 #include "Tools/tamselctl/Verbs.h"
 
 #include "Classes/PrefPane/AddFoldersRequest.h"
+#include "Classes/PrefPane/FolderPlaces.h"
 #include "Classes/PrefPane/FolderRequests.h"
-#include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/PrefPane/HistoryEntry.h"
+#include "Classes/Shared/inBackground.h"
 #include "Classes/Shared/isDirectory.h"
+#include "Classes/Shared/map.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ThisProcess.h"
 #include "Platform/Utf8.h"
@@ -54,13 +57,21 @@ static void printFolder(const Invocation &invocation, const std::string &folder)
     invocation.print(Record().add(HistoryEntry::kFolder, folder), folder + "\n");
 }
 
+/// Where the folders on the list are now, in their order.
+static std::vector<std::string> placesOf(const HistorySummary &history)
+{
+    return inBackground([&history] {
+        return map(history.folders, [](const HistoryRecord &record) { return FolderPlaces::placeOf(record); });
+    });
+}
+
 ExitCode listFolders(Invocation &invocation)
 {
     const auto history = readHistory();
     if (!history)
         return invocation.fail(history.failure());
-    for (const HistoryRecord &record : history->folders)
-        printFolder(invocation, PXHistoryController::historyEntryFor(&record)->folder);
+    for (const std::string &place : placesOf(*history))
+        printFolder(invocation, place);
     return ExitCode::Done;
 }
 
@@ -200,13 +211,15 @@ struct ListedFolder
 };
 
 /// What an operand names: the folder that is there, else one that was recorded there; nothing when neither is listed.
-static std::optional<ListedFolder> listed(const HistorySummary &history, const std::string &operand)
+static std::optional<ListedFolder> listed(const HistorySummary &history, const std::vector<std::string> &places,
+                                          const std::string &operand)
 {
     const std::string folder = absolute(operand);
     const std::string place = withoutLinks(folder);
     std::optional<ListedFolder> former;
-    for (const HistoryRecord &record : history.folders) {
-        const ListedFolder now{record.key, PXHistoryController::historyEntryFor(&record)->folder};
+    for (std::size_t at = 0; at < places.size(); ++at) {
+        const HistoryRecord &record = history.folders[at];
+        const ListedFolder now{record.key, places[at]};
         if (now.place == folder || now.place == place)
             return now;
         if (!former && record.folder == folder)
@@ -221,8 +234,9 @@ ExitCode removeFolders(Invocation &invocation)
     if (!history)
         return invocation.fail(history.failure());
     std::map<std::int64_t, std::string> folders;
+    const std::vector<std::string> places = placesOf(*history);
     for (const std::string &operand : invocation.operands) {
-        const auto folder = listed(*history, operand);
+        const auto folder = listed(*history, places, operand);
         if (!folder)
             return invocation.fail("not watched: " + operand);
         if (!isUtf8(folder->place))
@@ -231,10 +245,10 @@ ExitCode removeFolders(Invocation &invocation)
     }
     if (const auto fault = reachHelper())
         return invocation.fail(*fault);
-    Strings places;
+    Strings removed;
     for (const auto &[key, place] : folders)
-        places.push_back(place);
-    const bool isDone = tellHelper(FolderRequests::kToRemove, places, [&folders] {
+        removed.push_back(place);
+    const bool isDone = tellHelper(FolderRequests::kToRemove, removed, [&folders] {
         const auto now = readHistory();
         return now && std::ranges::none_of(now->folders,
                                            [&](const HistoryRecord &record) { return folders.contains(record.key); });

@@ -1,6 +1,8 @@
 #include "Tools/tamselctl/Verbs.h"
 
 #include "Classes/PrefPane/PXHistoryController.h"
+#include "Classes/Shared/inBackground.h"
+#include "Classes/Shared/map.h"
 #include "Classes/Util/PXUtil.h"
 #include "Tools/tamselctl/HistoryReader.h"
 #include "Tools/tamselctl/Invocation.h"
@@ -31,10 +33,12 @@ ExitCode showHistory(Invocation &invocation)
     const auto history = HistorySummary::read(*folder / "history.db");
     if (!history)
         return invocation.fail(history.failure());
-    for (const HistoryRecord &record : history->folders) {
-        if (const auto entry = PXHistoryController::historyEntryFor(&record))
-            print(invocation, *entry);
-    }
+    const auto entries = inBackground([&history] {
+        return map(
+            history->folders, [](const auto &record) { return PXHistoryController::historyEntryFor(&record); }, true);
+    });
+    for (const auto &entry : entries)
+        print(invocation, *entry);
     if (history->previousSavings != 0)
         print(invocation, PXHistoryController::historyEntryForSavings(history->previousSavings));
     return ExitCode::Done;

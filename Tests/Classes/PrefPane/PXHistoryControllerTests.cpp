@@ -4,6 +4,7 @@
 #include "Classes/PrefPane/PXDefaultsController.h"
 #include "Classes/Shared/RQAlias.h"
 #include "Tests/Classes/PrefPane/PaneWithHistory.h"
+#include "Tests/Support/BackgroundAliases.h"
 #include "Tests/Support/PrivateHome.h"
 
 namespace fs = std::filesystem;
@@ -44,6 +45,8 @@ protected:
         return cell;
     }
 
+    BackgroundAliases m_aliases;
+    Override<AliasManager> m_override{m_aliases};
     const Path m_work = PrivateHome::current().makeFolder("work");
     std::unique_ptr<HistoryDatabase> m_database = HistoryFixture::openDatabase(store());
     FoldersArrayController m_array;

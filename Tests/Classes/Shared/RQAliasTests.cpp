@@ -2,6 +2,7 @@
 
 #include "Platform/Fake/FakeAliasManager.h"
 #include "Platform/Formats/AliasRecord.h"
+#include "Tests/Support/BackgroundAliases.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/PrivateMounts.h"
 
@@ -23,6 +24,8 @@ protected:
         return m_root / name;
     }
 
+    BackgroundAliases m_aliases;
+    Override<AliasManager> m_override{m_aliases};
     Path m_root = PrivateHome::current().makeFolder("aliases");
 };
 

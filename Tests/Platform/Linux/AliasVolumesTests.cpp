@@ -1,5 +1,6 @@
 #include "Platform/Linux/LinuxAliasManager.h"
 
+#include "Classes/Shared/inBackground.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/PrivateMounts.h"
 
@@ -22,8 +23,7 @@ namespace {
 
 using Handles = LinuxAliasManager::Handles;
 
-constexpr SearchMemory::Limits kPatient{std::chrono::seconds(10), std::chrono::minutes(1), std::chrono::seconds(1),
-                                        std::chrono::seconds(10)};
+constexpr AliasSearch::Limits kPatient{1'000'000, std::chrono::minutes(1)};
 
 /// Folders and their records on a real volume of each format, as root finds them and as anybody else does.
 class AliasVolumes : public ::testing::TestWithParam<std::tuple<const char *, Handles>>
@@ -58,7 +58,7 @@ protected:
 
     std::optional<Path> find(const Bytes &record) const
     {
-        const Result<AliasManager::Resolution> resolution = aliases.resolve(record);
+        const auto resolution = inBackground([&] { return aliases.resolve(record); });
         return resolution ? std::optional(resolution->path) : std::nullopt;
     }
 
