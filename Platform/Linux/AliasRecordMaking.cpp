@@ -31,12 +31,13 @@ static std::uint64_t inodeOf(const Path &path)
     return ::lstat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
-/// The low halves of the numbers of the folders between the volume's top and the target, innermost first.
+/// The low halves of the numbers of the folders between the volume's top and the target, innermost first; none for the
+/// top itself.
 static Bytes enclosingIDs(const Path &path, const Path &mountPoint)
 {
     Bytes value;
-    for (Path folder = path.parent_path(); folder != mountPoint && folder.has_relative_path();
-         folder = folder.parent_path())
+    for (Path folder = path == mountPoint ? path : path.parent_path();
+         folder != mountPoint && folder.has_relative_path(); folder = folder.parent_path())
         appendBigEndian(value, std::uint32_t(inodeOf(folder)));
     return value;
 }
@@ -61,7 +62,8 @@ static void setNames(AliasRecord &record, const AliasTarget &target, const Alias
     record.oldVolumeName = volume.name;
     record.oldTargetName = name;
     const Path parent = target.path.parent_path();
-    const std::string parentName = parent == volume.mountPoint ? volume.name : parent.filename().native();
+    const bool isInTop = relative.empty() || parent == volume.mountPoint;
+    const std::string parentName = isInTop ? volume.name : parent.filename().native();
     record.set(AliasTag::kFolderName, MacText::toMacRoman(parentName, kMostFolderName));
     record.set(AliasTag::kEnclosingIDs, enclosingIDs(target.path, volume.mountPoint));
     record.set(AliasTag::kColonPath, MacText::toMacRoman(colonPath(volume.name, relative), kMostColonPath));
