@@ -59,10 +59,22 @@ public:
     /// Fills `buffer` from `offset`; fewer bytes than asked for only at the end.
     virtual Result<std::size_t> readAt(ByteCount offset, std::span<std::uint8_t> buffer) const = 0;
 
-    /// Has the volume write that part anew, compressed where that makes it smaller. It is whole at any time, whatever
-    /// happens meanwhile, and on the medium later. Both in whole blocks, but for the file's end. Errors: Permission
-    /// when this user may not write the file, NoSpace, Busy, Io.
+    /// The volume compresses content in stretches of this length, each by itself.
+    virtual ByteCount stretchSize() const = 0;
+
+    /// What a stretch of that content occupies in whole blocks when it was compressed; all of its own where that saves
+    /// none.
+    virtual ByteCount occupiedCompressed(ByteView stretch) const = 0;
+
+    /// Has the volume write that part anew, compressed where that makes it smaller, which every stretch of it should
+    /// be. It is whole at any time, whatever happens meanwhile, and on the medium later. Both in whole blocks, but for
+    /// the file's end. Errors: Permission when this user may not write the file, NoSpace, Busy, Io.
     virtual Result<void> compress(ByteCount offset, ByteCount length) = 0;
+
+    /// Has the volume write that part anew as it is. Room on the medium that two parts of a file were written to at
+    /// once is given back only when neither lies there any more. Nothing happens when the content changes meanwhile. At
+    /// most a mebibyte at once; errors as above.
+    virtual Result<void> writeAnew(ByteCount offset, ByteCount length) = 0;
 };
 
 /// Compression by the file system itself, which every program reads as before. One implementation for each kind of
@@ -82,6 +94,9 @@ public:
     /// `LeftAlone` when somebody wants the folder otherwise; nothing is changed then. Errors: NotSupported, Permission
     /// (it is not this user's), NotFound, NoSpace, Io.
     virtual Result<FolderState> turnOn(const Path &folder) = 0;
+
+    /// Whether `turnOff` would find anything to take back. Errors: Permission, NotFound, Io.
+    virtual Result<bool> isTurnedOn(const Path &folder) const = 0;
 
     /// Takes back what `turnOn` did, and answers whether it had done anything to this folder. What somebody else has
     /// changed since stays. Errors: Permission, NotFound, Io.

@@ -23,6 +23,12 @@ Result<FolderState> BtrfsCompression::turnOn(const Path &folder)
     return opened ? opened->turnOn() : Result<FolderState>(opened.failure());
 }
 
+Result<bool> BtrfsCompression::isTurnedOn(const Path &folder) const
+{
+    const Result<BtrfsFolder> opened = BtrfsFolder::open(folder);
+    return opened ? opened->isTurnedOn() : Result<bool>(opened.failure());
+}
+
 Result<bool> BtrfsCompression::turnOff(const Path &folder)
 {
     Result<BtrfsFolder> opened = BtrfsFolder::open(folder);

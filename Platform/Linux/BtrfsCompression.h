@@ -8,6 +8,7 @@ class BtrfsCompression final : public TransparentCompression
 public:
     Result<Ability> ability(const Path &folder) const override;
     Result<FolderState> turnOn(const Path &folder) override;
+    Result<bool> isTurnedOn(const Path &folder) const override;
     Result<bool> turnOff(const Path &folder) override;
     Result<std::unique_ptr<CompressibleFile>> open(const Path &file) const override;
 };

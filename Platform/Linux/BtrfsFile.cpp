@@ -3,12 +3,15 @@
 #include "Platform/Linux/ExtentMap.h"
 #include "Platform/Linux/FileCalls.h"
 
+#include <array>
+#include <cstddef>
 #include <fcntl.h>
 #include <limits>
 #include <linux/btrfs.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/statvfs.h>
+#include <sys/xattr.h>
 
 static constexpr std::uint32_t kZstd = 3; // the kernel's number for it, which its headers do not name
 
@@ -112,4 +115,52 @@ Result<void> BtrfsFile::compress(ByteCount offset, ByteCount length)
     if (::ioctl(m_descriptor.get(), BTRFS_IOC_DEFRAG_RANGE, &range) != 0)
         return Failure::fromErrno(errno, "BTRFS_IOC_DEFRAG_RANGE", m_path);
     return {};
+}
+
+/// A file without a name, whose content is not compressed: it goes with its descriptor.
+Result<Descriptor> BtrfsFile::makeScratch() const
+{
+    const Path folder = m_path.has_parent_path() ? m_path.parent_path() : Path(".");
+    Descriptor scratch(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_EXCL | O_CLOEXEC, 0600));
+    if (!scratch)
+        return Failure::fromErrno(errno, "O_TMPFILE", folder);
+    if (::fsetxattr(scratch.get(), "btrfs.compression", "none", 4, 0) != 0)
+        return Failure::fromErrno(errno, "fsetxattr", folder);
+    return scratch;
+}
+
+/// The scratch file's place on the medium becomes that of the part, if both have the same bytes: the system compares
+/// them while nobody can write to either. No time changes by that.
+Result<void> BtrfsFile::takeOver(int scratch, ByteCount offset, ByteCount length) const
+{
+    alignas(file_dedupe_range) std::array<std::byte, sizeof(file_dedupe_range) + sizeof(file_dedupe_range_info)> room;
+    file_dedupe_range &range = *new (room.data()) file_dedupe_range{};
+    file_dedupe_range_info &info = *new (room.data() + sizeof range) file_dedupe_range_info{};
+    range.src_length = length;
+    range.dest_count = 1;
+    info.dest_fd = m_descriptor.get();
+    info.dest_offset = offset;
+    if (::ioctl(scratch, FIDEDUPERANGE, &range) != 0)
+        return Failure::fromErrno(errno, "FIDEDUPERANGE", m_path);
+    if (info.status < 0)
+        return Failure::fromErrno(-info.status, "FIDEDUPERANGE", m_path);
+    if (info.status != FILE_DEDUPE_RANGE_SAME || info.bytes_deduped < length)
+        return Failure{ErrorCode::Busy, 0, m_path.native() + " was changed meanwhile"};
+    return {};
+}
+
+Result<void> BtrfsFile::writeAnew(ByteCount offset, ByteCount length)
+{
+    Bytes content(length);
+    const Result<std::size_t> got = readAt(offset, content);
+    if (!got)
+        return got.failure();
+    if (*got < length)
+        return Failure{ErrorCode::Busy, 0, m_path.native() + " has become shorter"};
+    const Result<Descriptor> scratch = makeScratch();
+    if (!scratch)
+        return scratch.failure();
+    if (Result<void> written = FileCalls::writeAll(scratch->get(), content, m_path); !written)
+        return written;
+    return takeOver(scratch->get(), offset, length);
 }

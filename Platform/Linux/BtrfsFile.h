@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/BtrfsStretch.h"
 #include "Platform/Linux/Descriptor.h"
 #include "Platform/TransparentCompression.h"
 
@@ -18,10 +19,18 @@ public:
     Result<VolumeRoom> room() const override;
     Result<std::vector<StoredExtent>> extentsFrom(ByteCount offset) const override;
     Result<std::size_t> readAt(ByteCount offset, std::span<std::uint8_t> buffer) const override;
+    ByteCount stretchSize() const override { return BtrfsStretch::kSize; }
+    ByteCount occupiedCompressed(ByteView stretch) const override
+    {
+        return BtrfsStretch::occupied(stretch, m_blockSize);
+    }
     Result<void> compress(ByteCount offset, ByteCount length) override;
+    Result<void> writeAnew(ByteCount offset, ByteCount length) override;
 
 private:
     Result<unsigned> flags() const;
+    Result<Descriptor> makeScratch() const;
+    Result<void> takeOver(int scratch, ByteCount offset, ByteCount length) const;
 
     const Descriptor m_descriptor;
     const Path m_path;

@@ -169,23 +169,32 @@ Result<FolderState> BtrfsFolder::finish(std::int64_t since) const
     return FolderState::TurnedOn;
 }
 
-Result<bool> BtrfsFolder::turnOff()
+Result<bool> BtrfsFolder::isTurnedOn() const
 {
     const Result<std::optional<Mark>> mark = markOf(m_descriptor.get(), m_path);
     if (!mark)
         return mark.failure();
+    if (*mark)
+        return true;
     const Result<std::optional<std::string>> property = this->property();
     if (!property)
         return property.failure();
-    if (!*mark && !*property)
+    if (*property != kAlgorithm)
         return false;
-    if (!*mark) {
-        const Result<std::optional<std::int64_t>> handedDown = handedDownSince();
-        if (!handedDown)
-            return handedDown.failure();
-        if (!*handedDown)
-            return false;
-    }
+    const Result<std::optional<std::int64_t>> handedDown = handedDownSince();
+    if (!handedDown)
+        return handedDown.failure();
+    return handedDown->has_value();
+}
+
+Result<bool> BtrfsFolder::turnOff()
+{
+    const Result<bool> isTurnedOn = this->isTurnedOn();
+    if (!isTurnedOn || !*isTurnedOn)
+        return isTurnedOn;
+    const Result<std::optional<std::string>> property = this->property();
+    if (!property)
+        return property.failure();
     if (const Result<void> removed = *property == kAlgorithm ? remove(kProperty) : Result<void>(); !removed)
         return removed.failure();
     if (const Result<void> removed = remove(kMark); !removed)

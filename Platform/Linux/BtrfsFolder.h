@@ -16,6 +16,7 @@ public:
     static Result<BtrfsFolder> open(const Path &path);
 
     Result<TransparentCompression::FolderState> turnOn();
+    Result<bool> isTurnedOn() const;
     Result<bool> turnOff();
 
 private:

@@ -35,6 +35,12 @@ Result<FolderState> LinuxTransparentCompression::turnOn(const Path &folder)
     return fitting ? (*fitting)->turnOn(folder) : Result<FolderState>(fitting.failure());
 }
 
+Result<bool> LinuxTransparentCompression::isTurnedOn(const Path &folder) const
+{
+    const Result<TransparentCompression *> fitting = forVolumeOf(folder);
+    return fitting ? (*fitting)->isTurnedOn(folder) : Result<bool>(fitting.failure());
+}
+
 Result<bool> LinuxTransparentCompression::turnOff(const Path &folder)
 {
     const Result<TransparentCompression *> fitting = forVolumeOf(folder);

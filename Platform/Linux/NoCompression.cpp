@@ -18,7 +18,11 @@ Result<FolderState> NoCompression::turnOn(const Path &folder)
     return notHere(folder);
 }
 
-/// A folder that was copied or moved here may have brought no property with it, so there is nothing to take back.
+Result<bool> NoCompression::isTurnedOn(const Path &) const
+{
+    return false;
+}
+
 Result<bool> NoCompression::turnOff(const Path &)
 {
     return false;

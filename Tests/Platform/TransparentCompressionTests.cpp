@@ -59,6 +59,7 @@ TEST(NoCompressionTest, everything_isRefusedInItsWay)
     NoCompression none;
     EXPECT_EQ(*none.ability(folder), Ability::OtherFormat);
     EXPECT_EQ(none.turnOn(folder).failure().code, ErrorCode::NotSupported);
+    EXPECT_FALSE(*none.isTurnedOn(folder));
     EXPECT_FALSE(*none.turnOff(folder));
     EXPECT_EQ(none.open(folder / "file").failure().code, ErrorCode::NotSupported);
 }
@@ -98,7 +99,9 @@ TEST_F(TransparentCompressionTest, turnOff_turnedOnFolder_leavesNothingBehind)
 {
     setAttribute(m_folder, "user.own", "value");
     ASSERT_EQ(turnOn(m_folder), FolderState::TurnedOn);
+    EXPECT_TRUE(*m_service.isTurnedOn(m_folder));
     EXPECT_TRUE(turnOff(m_folder));
+    EXPECT_FALSE(*m_service.isTurnedOn(m_folder));
     EXPECT_EQ(attribute(m_folder, kProperty), std::nullopt);
     EXPECT_EQ(attribute(m_folder, kMark), std::nullopt);
     EXPECT_EQ(attribute(m_folder, "user.own"), "value");
@@ -112,6 +115,7 @@ TEST_F(TransparentCompressionTest, turnOn_propertyOfSomebodyElse_staysTheirs)
     for (const auto &[value, state] : rows) {
         setAttribute(m_folder, kProperty, value);
         EXPECT_EQ(turnOn(m_folder), state) << value;
+        EXPECT_FALSE(*m_service.isTurnedOn(m_folder)) << value;
         EXPECT_FALSE(turnOff(m_folder)) << value;
         EXPECT_EQ(attribute(m_folder, kProperty), value);
         EXPECT_EQ(attribute(m_folder, kMark), std::nullopt) << value;
@@ -142,6 +146,7 @@ TEST_F(TransparentCompressionTest, folderMadeInATurnedOnOne_isOursAsWell)
     const Path inner = makeFolder("inner"), innermost = makeFolder("inner/most");
     ASSERT_EQ(attribute(innermost, kProperty), "zstd");
     EXPECT_EQ(turnOn(inner), FolderState::TurnedOn);
+    EXPECT_TRUE(*m_service.isTurnedOn(innermost));
     EXPECT_TRUE(turnOff(innermost)) << "also where no pass had come by";
     EXPECT_TRUE(turnOff(inner));
     EXPECT_TRUE(turnOff(m_folder));
@@ -241,6 +246,47 @@ TEST_F(TransparentCompressionTest, compress_fileThatMayNotBeWritten_isRefused)
     ASSERT_TRUE(file);
     EXPECT_EQ((*file)->compress(0, 300000).failure().code, ErrorCode::Permission);
     EXPECT_THAT(extents(m_file), Each(kPlain));
+}
+
+TEST_F(TransparentCompressionTest, writeAnew_stretch_liesElsewhereAndIsTheSame)
+{
+    write(m_file, noiseOf(500001)); // its end is in the middle of a block
+    setAttribute(m_file, "user.own", "value");
+    const std::string before = everythingOf(m_file);
+    const std::vector<StoredExtent> whole = extents(m_file);
+    const auto file = m_service.open(m_file);
+    for (const auto &[offset, length] : {std::pair<ByteCount, ByteCount>{0, 131072}, {393216, 500001 - 393216}}) {
+        const Result<void> done = (*file)->writeAnew(offset, length);
+        EXPECT_TRUE(done) << (done ? "" : done.failure().context);
+    }
+    EXPECT_TRUE(everythingOf(m_file) == before);
+    EXPECT_THAT(whole, SizeIs(1));
+    EXPECT_THAT(extents(m_file), AllOf(SizeIs(3), Each(kPlain), Each(Field(&StoredExtent::isShared, false))))
+        << "nothing is left of what it was written to first";
+    EXPECT_EQ((*file)->writeAnew(393216, 131072).failure().code, ErrorCode::Busy) << "it is not so long";
+}
+
+TEST_F(TransparentCompressionTest, writeAnew_inAFolderThatCompresses_isNotCompressed)
+{
+    write(m_file, CompressedSample::text(300000));
+    ASSERT_EQ(turnOn(m_folder), FolderState::TurnedOn);
+    ASSERT_TRUE((*m_service.open(m_file))->writeAnew(0, 262144));
+    EXPECT_THAT(extents(m_file), AllOf(SizeIs(2), Each(kPlain)));
+}
+
+TEST_F(TransparentCompressionTest, occupiedCompressed_isWhatItTakesInWholeBlocks)
+{
+    write(m_file, CompressedSample::text(300000));
+    const auto file = m_service.open(m_file);
+    EXPECT_EQ((*file)->stretchSize(), 131072u);
+    EXPECT_EQ((*file)->occupiedCompressed(Bytes(131072)), 4096u);
+    EXPECT_EQ((*file)->occupiedCompressed(noiseOf(131072)), 131072u);
+    EXPECT_EQ((*file)->occupiedCompressed(noiseOf(130000)), 131072u);
+    EXPECT_EQ((*file)->occupiedCompressed(Bytes(4096)), 4096u);
+    EXPECT_EQ((*file)->occupiedCompressed(Bytes(4097)), 4096u);
+    Bytes halfNoise = noiseOf(4096);
+    halfNoise.resize(8192);
+    EXPECT_EQ((*file)->occupiedCompressed(halfNoise), 8192u) << "a few bytes more than a block";
 }
 
 TEST_F(TransparentCompressionTest, open_whatIsNoFileOfThisUser_isRefused)

@@ -12,13 +12,13 @@ public:
     OrdinaryUser()
     {
         if (::geteuid() == 0)
-            m_isOther = ::setegid(kNobody) == 0 && ::seteuid(kNobody) == 0;
+            m_isOther = ::setresgid(kNobody, kNobody, 0) == 0 && ::setresuid(kNobody, kNobody, 0) == 0;
     }
     ~OrdinaryUser()
     {
         if (m_isOther) {
-            EXPECT_EQ(::seteuid(0), 0);
-            EXPECT_EQ(::setegid(0), 0);
+            EXPECT_EQ(::setresuid(0, 0, 0), 0);
+            EXPECT_EQ(::setresgid(0, 0, 0), 0);
         }
     }
     OrdinaryUser(const OrdinaryUser &) = delete;
