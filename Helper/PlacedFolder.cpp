@@ -1,16 +1,10 @@
 #include "Helper/PlacedFolder.h"
 
+#include "Classes/Shared/stringWithFileSystemRepresentation.h"
 #include "Platform/AliasManager.h"
 
 #include <filesystem>
 #include <system_error>
-
-std::string PlacedFolder::realPath(const Path &path)
-{
-    std::error_code failure;
-    const Path resolved = std::filesystem::canonical(path, failure);
-    return (failure ? path : resolved).native();
-}
 
 const std::string &PlacedFolder::place()
 {
@@ -18,7 +12,7 @@ const std::string &PlacedFolder::place()
         std::error_code ignored;
         const auto found = AliasManager::current().resolve(record.alias);
         m_isFound = found && std::filesystem::is_directory(found->path, ignored);
-        m_place = realPath(m_isFound ? found->path : Path(record.folder));
+        m_place = stringByCanonicalizingPath(m_isFound ? found->path : Path(record.folder)).native();
     }
     return *m_place;
 }

@@ -16,9 +16,6 @@ public:
     {
     }
 
-    /// The path without its links; as it is where there is nothing.
-    static std::string realPath(const Path &path);
-
     /// Whether the alias finds the folder.
     bool isFound();
 

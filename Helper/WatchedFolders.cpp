@@ -1,6 +1,7 @@
 #include "Helper/WatchedFolders.h"
 
 #include "Classes/Shared/Log.h"
+#include "Classes/Shared/stringWithFileSystemRepresentation.h"
 #include "Helper/FolderRules.h"
 #include "Platform/AliasManager.h"
 #include "Platform/FileSystem.h"
@@ -34,7 +35,7 @@ static bool isUnmoved(PlacedFolder &each, const std::string &path, const std::st
 /// The watched folder that is meant by a path; nullptr when none is.
 static PlacedFolder *watchedAt(std::vector<PlacedFolder> &records, const std::string &path)
 {
-    const std::string place = PlacedFolder::realPath(path);
+    const std::string place = stringByCanonicalizingPath(path).native();
     const auto first = [&records](const auto &fits) -> PlacedFolder * {
         const auto found =
             std::ranges::find_if(records, [&](PlacedFolder &each) { return each.record.isEnabled && fits(each); });
@@ -102,7 +103,7 @@ std::vector<Bytes> WatchedFolders::lost(const std::vector<std::string> &toAdd, c
 {
     PlacedFolders records = toAdd.empty() && toRemove.empty() ? PlacedFolders() : placed();
     const auto isUnmovedOne = [&records](const std::string &path) {
-        const std::string place = PlacedFolder::realPath(path);
+        const std::string place = stringByCanonicalizingPath(path).native();
         return std::ranges::any_of(records, [&](PlacedFolder &each) { return isUnmoved(each, path, place); });
     };
     if (std::ranges::all_of(toAdd, isUnmovedOne) && std::ranges::all_of(toRemove, isUnmovedOne))
@@ -123,7 +124,7 @@ bool WatchedFolders::add(const std::vector<std::string> &folders)
     for (const std::string &folder : folders) {
         const auto reason = rules.reasonAgainst(folder);
         if (!reason) {
-            taken.push_back(PlacedFolder::realPath(folder));
+            taken.push_back(stringByCanonicalizingPath(folder).native());
             continue;
         }
         logLine("Not added (" + std::string(FolderRefusal::nameOf(*reason)) + "): " + folder);

@@ -128,6 +128,13 @@ TEST_F(FolderRecordsTest, remove_lostFolder_isNamedByWhereItWas)
     EXPECT_THAT(texts(), ElementsAre("a off", "b on"));
 }
 
+TEST_F(FolderRecordsTest, remove_pathThatNoFolderCanHave_meansNoneWhosePathItBeginsWith)
+{
+    watch({"a"});
+    EXPECT_FALSE(remove({std::string("a\0b", 3)}));
+    EXPECT_THAT(texts(), ElementsAre("a on"));
+}
+
 TEST_F(FolderRecordsTest, remove_watchedOneIsWhereALostOneWas_theyGoOneAfterTheOther)
 {
     watch({"a", "b"});

@@ -7,6 +7,7 @@
 #include "Classes/Shared/inBackground.h"
 #include "Classes/Shared/isDirectory.h"
 #include "Classes/Shared/map.h"
+#include "Classes/Shared/stringWithFileSystemRepresentation.h"
 #include "Classes/Util/PXUtil.h"
 #include "Platform/ThisProcess.h"
 #include "Platform/Utf8.h"
@@ -33,13 +34,6 @@ static Result<HistorySummary> readHistory()
     if (!folder)
         return Failure{ErrorCode::NotFound, 0, "there is no application-support folder"};
     return HistorySummary::read(*folder / "history.db");
-}
-
-static std::string withoutLinks(const std::string &folder)
-{
-    std::error_code failure;
-    const Path place = std::filesystem::canonical(folder, failure);
-    return failure ? folder : place.native();
 }
 
 /// Absolute and without what only leads to and fro; links are not followed.
@@ -77,7 +71,7 @@ ExitCode listFolders(Invocation &invocation)
 
 static bool isWatched(const HistorySummary &history, const std::string &folder)
 {
-    const std::string place = withoutLinks(folder);
+    const std::string place = stringByCanonicalizingPath(folder).native();
     return std::ranges::any_of(history.folders, [&](const HistoryRecord &record) { return record.folder == place; });
 }
 
@@ -215,7 +209,7 @@ static std::optional<ListedFolder> listed(const HistorySummary &history, const s
                                           const std::string &operand)
 {
     const std::string folder = absolute(operand);
-    const std::string place = withoutLinks(folder);
+    const std::string place = stringByCanonicalizingPath(folder).native();
     std::optional<ListedFolder> former;
     for (std::size_t at = 0; at < places.size(); ++at) {
         const HistoryRecord &record = history.folders[at];
