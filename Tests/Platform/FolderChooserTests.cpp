@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Qt/PortalFolderChooser.h"
 #include "Tests/Support/PrivateBus.h"
+#include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
 
 #include <QDBusConnection>
@@ -11,6 +12,8 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -165,6 +168,28 @@ TEST_F(PortalFolderChooserTest, noPortal_isNoDialog)
     choose();
     ASSERT_TRUE(waitForAnswer());
     EXPECT_EQ(answer, std::nullopt);
+}
+
+/// So that a test sees the same dialog wherever it runs.
+TEST(PortalFolderChooser, portalOfTheMachine_isNotStartedOnTheBusOfATest)
+{
+    const std::string started = PrivateHome::current().makeFolder("portal") / "started";
+    const std::string services = PrivateHome::current().home() / ".local/share/dbus-1/services";
+    std::filesystem::create_directories(services);
+    std::ofstream(services + "/org.freedesktop.portal.Desktop.service")
+        << "[D-BUS Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/touch " << started << '\n';
+    const PrivateBus bus;
+    SessionBus session;
+    PortalFolderChooser chooser(session);
+    bool hasDialog = true;
+    bool isAnswered = false;
+    const auto dialog = chooser.choose({}, nullptr, [&](const auto &urls) {
+        hasDialog = urls.has_value();
+        isAnswered = true;
+    });
+    EXPECT_TRUE(waitFor([&] { return isAnswered; }));
+    EXPECT_FALSE(hasDialog);
+    EXPECT_FALSE(std::filesystem::exists(started));
 }
 
 TEST_F(PortalFolderChooserTest, portalThatKnowsNoFolders_isNotAsked)

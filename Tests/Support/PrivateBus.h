@@ -4,7 +4,7 @@
 #include <sys/types.h>
 
 /// A session bus of the test's own, named by the environment as long as this lives. To be made before anything of the
-/// test talks on a bus.
+/// test talks on a bus. It starts no services, so that no desktop of the machine answers, its dialogs included.
 class PrivateBus final
 {
 public:
