@@ -24,13 +24,17 @@ class BackgroundLook final
 {
 public:
     using Answers = std::vector<std::pair<Question, Answer>>;
+    using Clock = std::chrono::steady_clock;
 
     /// `look` is called on the threads and refers to nothing that may go. `found` is called on the main thread with
-    /// what was found: mostly with all at once, and again with what hung, should it ever be answered.
-    BackgroundLook(std::function<Answer(const Question &)> look, std::function<void(Answers)> found)
+    /// what was found: mostly with all at once, and again with what hung, should it ever be answered. `now` is asked on
+    /// the threads, too.
+    BackgroundLook(std::function<Answer(const Question &)> look, std::function<void(Answers)> found,
+                   std::function<Clock::time_point()> now = Clock::now)
         : m_found(std::move(found))
     {
         m_state->look = std::move(look);
+        m_state->now = std::move(now);
         m_pulse.setInterval(kPulse);
         QObject::connect(&m_pulse, &QTimer::timeout, &m_pulse, [this] { handOver(); });
     }
@@ -59,48 +63,53 @@ public:
     void wait(std::chrono::milliseconds longest)
     {
         std::unique_lock lock(m_state->mutex);
-        m_state->ended.wait_for(lock, longest, [this] { return m_state->waiting.empty() && m_state->now.empty(); });
+        m_state->ended.wait_for(lock, longest, [this] { return m_state->waiting.empty() && m_state->flights.empty(); });
         lock.unlock();
         handOver(true);
     }
 
-private:
-    using Clock = std::chrono::steady_clock;
-
-    static constexpr std::chrono::milliseconds kPulse{200};
     static constexpr std::chrono::seconds kPatience{1}; ///< with one thing; more is a hang
     static constexpr std::chrono::seconds kServes{3};   ///< how long the same is not looked at again
+
+private:
+    static constexpr std::chrono::milliseconds kPulse{200};
     static constexpr std::size_t kMostThreads = 16;
 
     struct Flight
     {
         Question question;
-        Clock::time_point start = Clock::now();
-        bool hangs() const { return Clock::now() - start >= kPatience; }
+        Clock::time_point start;
     };
 
     /// What the threads know. It may outlive whom they work for.
     struct State
     {
         std::function<Answer(const Question &)> look;
+        std::function<Clock::time_point()> now;
         std::mutex mutex; ///< guards what follows
         std::condition_variable ended;
         std::deque<Question> waiting;
-        std::list<Flight> now; ///< what is being looked at, by a thread each
+        std::list<Flight> flights; ///< what is being looked at, by a thread each
         std::size_t threads = 0;
         Answers answers;
         std::unique_ptr<QObject> receiver = std::make_unique<QObject>();
 
+        std::size_t hanging() const
+        {
+            const auto hangs = [time = now()](const Flight &flight) { return time - flight.start >= kPatience; };
+            return std::size_t(std::ranges::count_if(flights, hangs));
+        }
+
         /// Whether nothing but what hangs is left of a look.
-        bool isOver() const { return waiting.empty() && std::ranges::all_of(now, &Flight::hangs); }
+        bool isOver() const { return waiting.empty() && hanging() == flights.size(); }
     };
 
     void goOn()
     {
         const std::lock_guard lock(m_state->mutex);
-        if (m_next && m_state->isOver() && (*m_next != m_asked || Clock::now() - m_began >= kServes))
+        if (m_next && m_state->isOver() && (*m_next != m_asked || m_state->now() - m_began >= kServes))
             beginNext();
-        const auto hanging = std::size_t(std::ranges::count_if(m_state->now, &Flight::hangs));
+        const std::size_t hanging = m_state->hanging();
         if (!m_state->waiting.empty() && hanging == m_state->threads && hanging < kMostThreads)
             startThread();
         if (m_state->isOver() && m_state->answers.empty() && !m_next)
@@ -109,10 +118,10 @@ private:
 
     void beginNext()
     {
-        m_began = Clock::now();
+        m_began = m_state->now();
         m_asked = *std::exchange(m_next, std::nullopt);
         std::ranges::copy_if(m_asked, std::back_inserter(m_state->waiting), [this](const Question &question) {
-            return std::ranges::find(m_state->now, question, &Flight::question) == m_state->now.end();
+            return std::ranges::find(m_state->flights, question, &Flight::question) == m_state->flights.end();
         });
     }
 
@@ -130,13 +139,14 @@ private:
     {
         std::unique_lock lock(state.mutex);
         while (!state.waiting.empty()) {
-            const auto flight = state.now.insert(state.now.end(), Flight{std::move(state.waiting.front())});
+            const auto flight =
+                state.flights.insert(state.flights.end(), {std::move(state.waiting.front()), state.now()});
             state.waiting.pop_front();
             lock.unlock();
             Answer answer = state.look(flight->question);
             lock.lock();
             state.answers.emplace_back(std::move(flight->question), std::move(answer));
-            state.now.erase(flight);
+            state.flights.erase(flight);
         }
         --state.threads;
         state.ended.notify_all();

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <set>
@@ -47,10 +48,19 @@ private:
     std::map<int, int> m_looks;
 };
 
+/// Time passes when the test says so.
 class BackgroundLookTest : public ::testing::Test
 {
 protected:
+    using Look = BackgroundLook<int, int>;
+
     ~BackgroundLookTest() override { doubling->letGo(); }
+
+    void pass(std::chrono::seconds time) { *now += time.count(); }
+    bool waitForLookAt(int number)
+    {
+        return waitFor([&] { return doubling->looks(number) == 1; });
+    }
 
     void begin(Numbers numbers) { look->begin(std::move(numbers)); }
     bool waitForAnswers(std::size_t count)
@@ -59,15 +69,17 @@ protected:
     }
 
     const std::shared_ptr<Doubling> doubling = std::make_shared<Doubling>();
+    const std::shared_ptr<std::atomic<std::int64_t>> now = std::make_shared<std::atomic<std::int64_t>>(1000);
     Numbers answers;
     int calls = 0;
-    std::unique_ptr<BackgroundLook<int, int>> look =
-        std::make_unique<BackgroundLook<int, int>>([doubles = doubling](int number) { return (*doubles)(number); },
-                                                   [this](const auto &found) {
-                                                       ++calls;
-                                                       for (const auto &[question, answer] : found)
-                                                           answers.push_back(answer);
-                                                   });
+    std::unique_ptr<Look> look =
+        std::make_unique<Look>([doubles = doubling](int number) { return (*doubles)(number); },
+                               [this](const auto &found) {
+                                   ++calls;
+                                   for (const auto &[question, answer] : found)
+                                       answers.push_back(answer);
+                               },
+                               [time = now] { return Look::Clock::time_point(std::chrono::seconds(*time)); });
 };
 
 } // namespace
@@ -84,6 +96,11 @@ TEST_F(BackgroundLookTest, begin_returnsAtOnceAndAnswersTogether)
 TEST_F(BackgroundLookTest, whatHangs_holdsUpNothingElse)
 {
     begin({-1, 1, -2, 2});
+    for (const int hanging : {-1, -2}) {
+        ASSERT_TRUE(waitForLookAt(hanging));
+        EXPECT_THAT(answers, IsEmpty());
+        pass(Look::kPatience);
+    }
     ASSERT_TRUE(waitForAnswers(2));
     EXPECT_THAT(answers, ElementsAre(2, 4));
     begin({3, -1});
@@ -98,6 +115,8 @@ TEST_F(BackgroundLookTest, whatHangs_holdsUpNothingElse)
 TEST_F(BackgroundLookTest, whatHangsAtTheEnd_doesNotKeepTheRestFromBeingTold)
 {
     begin({1, -1});
+    ASSERT_TRUE(waitForLookAt(-1));
+    pass(Look::kPatience);
     ASSERT_TRUE(waitForAnswers(1));
     EXPECT_THAT(answers, ElementsAre(2));
 }
@@ -117,7 +136,9 @@ TEST_F(BackgroundLookTest, sameAgainAMomentLater_isDoneLater)
     begin({1});
     ASSERT_TRUE(waitForAnswers(1));
     begin({1});
+    runFor(500); // the timer turns meanwhile
     EXPECT_EQ(doubling->looks(1), 1);
+    pass(Look::kServes);
     ASSERT_TRUE(waitForAnswers(2)) << "it is not forgotten";
 }
 
@@ -148,7 +169,7 @@ TEST_F(BackgroundLookTest, wait_ofWhatHangs_endsAllTheSame)
 TEST_F(BackgroundLookTest, destroyedWhileLooking_tellsNobody)
 {
     begin({-1, 1});
-    ASSERT_TRUE(waitFor([&] { return doubling->looks(-1) == 1; }));
+    ASSERT_TRUE(waitForLookAt(-1));
     look.reset();
     doubling->letGo();
     runFor(50);
