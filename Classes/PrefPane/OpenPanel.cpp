@@ -38,6 +38,13 @@ OpenPanel::OpenPanel(Choose kind, QWidget *parent)
         connect(rows->selectionModel(), &QItemSelectionModel::selectionChanged, this, &OpenPanel::enableButton,
                 Qt::QueuedConnection);
     }
+    if (const auto *const line = findChild<QLineEdit *>())
+        connect(line, &QLineEdit::textChanged, this, &OpenPanel::enableButton, Qt::QueuedConnection);
+    // The rows that fit what is typed are selected, too, so that only the keys tell which is meant.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
+        if (now && isAncestorOf(now) && !qobject_cast<QAbstractButton *>(now))
+            m_isTyped = qobject_cast<QLineEdit *>(now);
+    });
 }
 
 void OpenPanel::showEvent(QShowEvent *event)
@@ -79,12 +86,12 @@ QStringList OpenPanel::selectedRows() const
     return paths;
 }
 
-/// The panel knows of one kind only, and of one folder.
+/// The panel knows of one kind only, and of one folder. Whether what is typed is there is said when it is taken.
 void OpenPanel::enableButton()
 {
     const auto *const buttons = findChild<QDialogButtonBox *>();
     QPushButton *const button = buttons ? buttons->button(QDialogButtonBox::Open) : nullptr;
-    if (button && !selectedRows().isEmpty())
+    if (button && (!selectedRows().isEmpty() || !typedPaths().isEmpty()))
         button->setEnabled(true);
 }
 
@@ -101,18 +108,35 @@ void OpenPanel::complain()
     QApplication::beep();
 }
 
+/// What is in the line: one name or, in quotes, several. Names may have quotes in them.
+QStringList OpenPanel::typedPaths() const
+{
+    const auto *const line = findChild<QLineEdit *>();
+    const QString text = line ? line->text() : QString();
+    const auto pathOf = [this](QString name) {
+        if (name == QLatin1String("~") || name.startsWith(QLatin1String("~/")))
+            name.replace(0, 1, QDir::homePath());
+        return QDir::cleanPath(directory().absoluteFilePath(name));
+    };
+    if (text.isEmpty() || !text.contains(u'"') || canBeChosen(pathOf(text)))
+        return text.isEmpty() ? QStringList() : QStringList(pathOf(text));
+    QStringList paths;
+    const QStringList parts = text.split(u'"');
+    for (qsizetype part = 1; part < parts.size(); part += 2) // between the quotes
+        paths.append(pathOf(parts[part]));
+    return paths;
+}
+
 void OpenPanel::accept()
 {
-    const auto *const name = findChild<QLineEdit *>();
-    const bool isTyped = name && name->hasFocus() && !name->text().isEmpty();
-    m_chosen = isTyped ? QStringList() : selectedRows();
-    if (!m_chosen.isEmpty())
-        return done(Accepted);
-    const QStringList typed = selectedFiles();
-    const bool isThere = std::ranges::all_of(typed, [this](const QString &path) { return canBeChosen(path); });
-    if (!isThere)
+    QStringList chosen = m_isTyped ? typedPaths() : selectedRows();
+    if (chosen.isEmpty())
+        chosen = m_isTyped ? selectedRows() : typedPaths();
+    if (chosen.isEmpty())
+        chosen = selectedFiles();
+    if (!std::ranges::all_of(chosen, [this](const QString &path) { return canBeChosen(path); }))
         return complain();
-    for (const QString &path : typed)
+    for (const QString &path : chosen)
         m_chosen.append(QDir::cleanPath(path));
     if (!m_chosen.isEmpty())
         done(Accepted);

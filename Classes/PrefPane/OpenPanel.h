@@ -19,8 +19,8 @@ public:
 
     explicit OpenPanel(Choose kind, QWidget *parent = nullptr);
 
-    /// What was chosen: the rows that are selected, else what was typed; of folders without either the one that is
-    /// shown.
+    /// What was chosen: the rows that are selected or what was typed, whichever had the keys last, else the other; of
+    /// folders without either the one that is shown.
     QStringList chosenPaths() const { return m_chosen; }
 
 public Q_SLOTS:
@@ -34,10 +34,12 @@ private:
     void takeAnswer(const std::optional<std::vector<std::string>> &urls);
     bool canBeChosen(const QString &path) const;
     QStringList selectedRows() const;
+    QStringList typedPaths() const;
     void enableButton();
     void complain();
 
     Choose m_kind;
     QStringList m_chosen;
+    bool m_isTyped = false; ///< the keys were in the line last, not in the rows
     std::unique_ptr<QObject> m_desktopDialog;
 };

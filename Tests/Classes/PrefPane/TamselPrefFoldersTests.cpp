@@ -10,12 +10,16 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
 #include <QMimeData>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTest>
 #include <QToolButton>
 #include <QToolTip>
@@ -278,7 +282,7 @@ TEST_F(TamselPrefFoldersTest, addFolder_typedName_mustBeThatOfAFolder)
         ASSERT_TRUE(waitFor([&] { return name->setFocus(), name->hasFocus(); }));
         panel()->accept();
     };
-    for (const char *text : {"Frist", "file.txt"}) {
+    for (const char *text : {"Frist", "file.txt", R"("First" "Frist")", R"("First" "file.txt")"}) {
         type(QString::fromLatin1(text));
         ASSERT_NE(panel(), nullptr) << text;
         EXPECT_EQ(QToolTip::text(), QStringLiteral("There is no such folder.")) << text;
@@ -287,6 +291,35 @@ TEST_F(TamselPrefFoldersTest, addFolder_typedName_mustBeThatOfAFolder)
     type(QStringLiteral("First"));
     ASSERT_TRUE(waitUntilAsked());
     EXPECT_THAT(asked(), ElementsAre(first.native()));
+}
+
+TEST_F(TamselPrefFoldersTest, addFolder_typedNamesInQuotes_areSeveralFolders)
+{
+    const fs::path quoted = first / R"(with "quotes" in it)";
+    fs::create_directory(quoted);
+    const std::pair<QString, std::vector<std::string>> rows[] = {
+        {QStringLiteral(R"("First" "Second folder")"), {first.native(), second.native()}},
+        {QString::fromStdString("\"First\" \"" + second.native() + '"'), {first.native(), second.native()}},
+        {QString::fromStdString(quoted.native()), {quoted.native()}},
+        {QStringLiteral("~/Second folder/"), {second.native()}},
+    };
+    for (const auto &[text, folders] : rows) {
+        pane().addFolder();
+        panel()->open();
+        ASSERT_TRUE(waitFor([this] { return !panel()->testAttribute(Qt::WA_DontShowOnScreen); }));
+        QApplication::setActiveWindow(panel());
+        auto *const name = panel()->findChild<QLineEdit *>();
+        name->setText(text);
+        ASSERT_TRUE(waitFor([&] { return name->setFocus(), name->hasFocus(); }));
+        // The button takes the keys from the line.
+        auto *const button = panel()->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open);
+        ASSERT_TRUE(waitFor([&] { return button->setFocus(), button->hasFocus(); }));
+        center.clearPosts();
+        panel()->accept();
+        ASSERT_TRUE(waitUntilAsked()) << text.toStdString();
+        EXPECT_EQ(asked(), folders) << text.toStdString();
+        ASSERT_TRUE(waitFor([this] { return !panel(); }));
+    }
 }
 
 TEST_F(TamselPrefFoldersTest, addFolder_desktopWithoutADialog_showsThePanel)
