@@ -16,6 +16,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QShortcut>
 
 static constexpr int kWidestRefusedName = 360;
 static constexpr int kMostRefusalsInTip = 10;
@@ -99,6 +100,12 @@ void TamselPrefView::setUpTable()
     table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     new FocusRing(table);
     table->installEventFilter(this);
+    // Wherever the keys are, as long as the list can be seen: when it is empty, it invites to paste.
+    auto *const paste = new QShortcut(QKeySequence::Paste, m_ui->historyTab);
+    connect(paste, &QShortcut::activated, this, [this] {
+        if (const QMimeData *const content = QApplication::clipboard()->mimeData())
+            Q_EMIT pasted(*content);
+    });
     new EmptyListNote(tr("No folders yet"), tr("Drop folders here, paste them, or press + to choose some."), table);
 }
 
@@ -151,11 +158,6 @@ bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
     if (watched != m_ui->foldersTableView || event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto *const key = static_cast<QKeyEvent *>(event);
-    if (key->matches(QKeySequence::Paste)) {
-        if (const QMimeData *const content = QApplication::clipboard()->mimeData())
-            Q_EMIT pasted(*content);
-        return true;
-    }
     if (key->key() != Qt::Key_Insert || key->modifiers() != Qt::NoModifier)
         return QWidget::eventFilter(watched, event);
     Q_EMIT addFolderWanted();

@@ -204,6 +204,27 @@ TEST_F(TamselPrefFoldersTest, paste_ofCopiedFolders_addsThem)
     EXPECT_THAT(asked(), ElementsAre(first.native()));
 }
 
+TEST_F(TamselPrefFoldersTest, paste_keysElsewhereInTheTab_addsThem)
+{
+    auto *const data = new QMimeData;
+    data->setUrls(urls({second}));
+    QApplication::clipboard()->setMimeData(data);
+    auto *const tab = window.findChild<QTabWidget *>(QStringLiteral("tabView"));
+    auto *const button = window.findChild<QToolButton *>(QStringLiteral("addFolderButton"));
+    for (QWidget *const place : {static_cast<QWidget *>(tab->tabBar()), static_cast<QWidget *>(button)}) {
+        center.clearPosts();
+        place->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(place, Qt::Key_V, Qt::ControlModifier);
+        ASSERT_TRUE(waitUntilAsked()) << place->objectName().toStdString();
+        EXPECT_THAT(asked(), ElementsAre(second.native()));
+    }
+    center.clearPosts();
+    tab->setCurrentIndex(1);
+    QTest::keyClick(tab->tabBar(), Qt::Key_V, Qt::ControlModifier);
+    runFor(30);
+    EXPECT_THAT(asked(), IsEmpty()) << "the list is not to be seen";
+}
+
 TEST_F(TamselPrefFoldersTest, paste_withoutAFolder_asksForNothing)
 {
     QApplication::clipboard()->setText(QStringLiteral("no path"));
