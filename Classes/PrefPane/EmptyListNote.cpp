@@ -22,9 +22,9 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     , m_spoken(heading + QStringLiteral(". ") + explanation)
 {
     m_words = new QWidget(this);
-    auto *const icon = new QLabel(m_words);
-    icon->setPixmap(style()->standardIcon(QStyle::SP_DirIcon).pixmap(kIconSize, devicePixelRatioF()));
-    icon->setAlignment(Qt::AlignCenter);
+    m_icon = new QLabel(m_words);
+    m_icon->setAlignment(Qt::AlignCenter);
+    loadIcon();
     auto *const title = new QLabel(heading, m_words);
     QFont bold = font();
     bold.setBold(true);
@@ -39,7 +39,7 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     auto *const column = new QVBoxLayout(m_words);
     column->setContentsMargins(32, 22, 32, 24);
     column->setSpacing(8);
-    column->addWidget(icon);
+    column->addWidget(m_icon);
     column->addWidget(title);
     column->addWidget(text);
     auto *const place = new QVBoxLayout(this);
@@ -47,6 +47,18 @@ EmptyListNote::EmptyListNote(const QString &heading, const QString &explanation,
     place->addWidget(m_words, 0, Qt::AlignCenter);
     table->viewport()->installEventFilter(this);
     showOrHide();
+}
+
+void EmptyListNote::loadIcon()
+{
+    m_icon->setPixmap(style()->standardIcon(QStyle::SP_DirIcon).pixmap(kIconSize, devicePixelRatioF()));
+}
+
+void EmptyListNote::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::StyleChange || event->type() == QEvent::PaletteChange)
+        loadIcon();
 }
 
 void EmptyListNote::follow(const QAbstractItemModel *model)

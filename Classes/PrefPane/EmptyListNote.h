@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QAbstractItemModel;
+class QLabel;
 class QTableView;
 
 /// Stands in the middle of a table that has no rows and says how to begin, in the table's accessible description too.
@@ -23,12 +24,17 @@ protected:
     /// Draws the outline of a place where things can be dropped.
     void paintEvent(QPaintEvent *event) override;
 
+    /// Takes the icon from the desktop's theme anew.
+    void changeEvent(QEvent *event) override;
+
 private:
+    void loadIcon();
     void fill();
     void showOrHide();
 
     QTableView *m_table;
     QWidget *m_words = nullptr; ///< heading and explanation
+    QLabel *m_icon = nullptr;
     QString m_spoken;
     const QAbstractItemModel *m_model = nullptr;
 };

@@ -36,7 +36,8 @@ public:
     enum Column { FolderColumn, PathColumn, StatusColumn, SavingsColumn, kColumnCount };
     enum Role {
         StateRole = Qt::UserRole, ///< bool: the state of the cell
-        MissingRole ///< bool: nothing was where the row's folder should be when last looked at, or it stands for none
+        MissingRole, ///< bool: nothing was where the row's folder should be when last looked at, or it stands for none
+        IconRole     ///< QStringList: names of the icon for what is there, the most telling first; none: a folder's
     };
 
     explicit FoldersArrayController(QObject *parent = nullptr);

@@ -23,6 +23,8 @@ QVariant FoldersArrayController::data(const QModelIndex &index, int role) const
         return cell(index).state;
     case MissingRole:
         return entry.sortID == HistoryEntry::kOtherSortID || m_presence.isMissing(entry.folder);
+    case IconRole:
+        return m_presence.icons(entry.folder);
     default:
         return {};
     }

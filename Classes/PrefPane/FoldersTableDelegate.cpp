@@ -9,13 +9,15 @@
 #include <QApplication>
 #include <QStyle>
 
+#include <algorithm>
+#include <utility>
+
 static constexpr QSize kIconSize(24, 24);
 
 /// Read now, so that no painting has to look for the theme's files. Selected it looks the same: tinted with the colour
 /// of the selection a blue folder is hardly to be seen on it.
-static QIcon iconOf(QStyle::StandardPixmap which)
+static QIcon drawn(const QIcon &themed)
 {
-    const QIcon themed = QApplication::style()->standardIcon(which);
     QIcon icon;
     for (const double ratio : {1.0, 2.0, 3.0}) {
         const QPixmap pixmap = themed.pixmap(kIconSize, ratio);
@@ -28,13 +30,42 @@ static QIcon iconOf(QStyle::StandardPixmap which)
 FoldersTableDelegate::FoldersTableDelegate(QObject *parent)
     : QStyledItemDelegate(parent)
 {
+    m_loading.setSingleShot(true);
+    connect(&m_loading, &QTimer::timeout, this, &FoldersTableDelegate::loadWanted);
     loadIcons();
 }
 
 void FoldersTableDelegate::loadIcons()
 {
-    m_folderIcon = iconOf(QStyle::SP_DirIcon);
-    m_plainIcon = iconOf(QStyle::SP_FileIcon);
+    m_folderIcon = drawn(QApplication::style()->standardIcon(QStyle::SP_DirIcon));
+    m_plainIcon = drawn(QApplication::style()->standardIcon(QStyle::SP_FileIcon));
+    m_wanted.append(m_fileIcons.keys());
+    loadWanted();
+}
+
+void FoldersTableDelegate::loadWanted()
+{
+    for (const QStringList &names : std::exchange(m_wanted, {})) {
+        const auto name =
+            std::ranges::find_if(names, [](const QString &each) { return !QIcon::fromTheme(each).isNull(); });
+        const bool isFolder = names.contains(QLatin1String("folder"));
+        m_fileIcons[names] = name != names.end() ? drawn(QIcon::fromTheme(*name))
+                             : isFolder          ? m_folderIcon
+                                                 : m_plainIcon;
+    }
+    Q_EMIT iconsLoaded();
+}
+
+/// The folder's until the one for the kind of file is there, which no painting waits for.
+QIcon FoldersTableDelegate::fileIcon(const QStringList &names) const
+{
+    const auto found = m_fileIcons.constFind(names);
+    if (names.isEmpty() || found != m_fileIcons.constEnd())
+        return names.isEmpty() ? m_folderIcon : *found;
+    if (!m_wanted.contains(names))
+        m_wanted.append(names);
+    m_loading.start();
+    return m_folderIcon;
 }
 
 CellContext FoldersTableDelegate::context(const QStyleOptionViewItem &option, const QModelIndex &index) const
@@ -47,7 +78,8 @@ CellContext FoldersTableDelegate::context(const QStyleOptionViewItem &option, co
     context.isHighlighted = option.state.testFlag(QStyle::State_Selected);
     context.isEnabled = index.flags().testFlag(Qt::ItemIsEnabled);
     context.state = index.data(FoldersArrayController::StateRole).toBool();
-    context.icon = context.isEnabled ? m_folderIcon : m_plainIcon;
+    context.icon =
+        context.isEnabled ? fileIcon(index.data(FoldersArrayController::IconRole).toStringList()) : m_plainIcon;
     context.palette = option.palette;
     return context;
 }

@@ -92,7 +92,9 @@ void TamselPrefView::setUpFonts()
 void TamselPrefView::setUpTable()
 {
     QTableView *const table = m_ui->foldersTableView;
-    table->setItemDelegate(new FoldersTableDelegate(table));
+    auto *const delegate = new FoldersTableDelegate(table);
+    table->setItemDelegate(delegate);
+    connect(delegate, &FoldersTableDelegate::iconsLoaded, table->viewport(), qOverload<>(&QWidget::update));
     table->verticalHeader()->setDefaultSectionSize(FoldersTableDelegate::kRowHeight);
     table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table->horizontalHeader()->setHighlightSections(false);

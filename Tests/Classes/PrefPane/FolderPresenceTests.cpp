@@ -1,5 +1,6 @@
 #include "Classes/PrefPane/FolderPresence.h"
 
+#include "Tests/Support/FileContent.h"
 #include "Tests/Support/PrivateHome.h"
 #include "Tests/Support/WaitFor.h"
 
@@ -88,6 +89,26 @@ TEST_F(FolderPresenceTest, look_pathThatCannotBeReached_isNotCalledMissing)
     EXPECT_FALSE(presence.isMissing(tooLong));
 }
 
+TEST_F(FolderPresenceTest, icons_areForWhatIsThereAndStayWhenItGoes)
+{
+    writeFile(gone, "int main() {}");
+    fs::rename(gone, gone.native() + ".c");
+    const fs::path file = gone.native() + ".c";
+    presence.look({there, file});
+    EXPECT_TRUE(presence.icons(file).isEmpty());
+    ASSERT_TRUE(untilChanges(1));
+    const QStringList icons = presence.icons(file);
+    EXPECT_FALSE(icons.isEmpty());
+    EXPECT_TRUE(presence.icons(there).isEmpty()) << "an ordinary folder";
+    fs::remove(file);
+    presence.look({there, file});
+    ASSERT_TRUE(untilChanges(2));
+    EXPECT_TRUE(presence.isMissing(file));
+    EXPECT_EQ(presence.icons(file), icons);
+    presence.look({there});
+    EXPECT_TRUE(presence.icons(file).isEmpty());
+}
+
 TEST(FolderPresence, folderThatHangs_blindsNoOther)
 {
     static std::promise<void> s_release;
@@ -95,7 +116,7 @@ TEST(FolderPresence, folderThatHangs_blindsNoOther)
     FolderPresence presence([hang = s_release.get_future().share()](const std::string &path) {
         if (path == "/silent")
             hang.wait();
-        return path == "/disk" && s_isGone;
+        return FolderState{path == "/disk" && s_isGone, {}};
     });
     presence.look({"/silent", "/disk"});
     ASSERT_TRUE(waitFor([&] { return presence.isMissing("/disk"); }));

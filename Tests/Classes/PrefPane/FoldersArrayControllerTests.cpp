@@ -1,5 +1,9 @@
 #include "Classes/PrefPane/FoldersArrayController.h"
 
+#include "Tests/Support/FileContent.h"
+#include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
+
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QTableView>
@@ -119,6 +123,18 @@ TEST_F(FoldersArrayControllerTest, otherRow_isNoFolderThatHasToBeLookedFor)
     m_array.setContent({folder("/", 1, 1), kOther});
     EXPECT_FALSE(m_array.index(0, 0).data(FoldersArrayController::MissingRole).toBool());
     EXPECT_TRUE(m_array.index(1, 0).data(FoldersArrayController::MissingRole).toBool());
+}
+
+TEST_F(FoldersArrayControllerTest, icon_isForTheKindOfFileThatIsThere)
+{
+    const Path file = PrivateHome::current().home() / "file.html";
+    writeFile(file, "<html></html>");
+    m_array.setContent({folder("/", 1, 1), folder(file, 1, 1)});
+    const auto icons = [&](int row) {
+        return m_array.index(row, 0).data(FoldersArrayController::IconRole).toStringList();
+    };
+    EXPECT_TRUE(waitFor([&] { return icons(1).value(0) == QStringLiteral("text-html"); }));
+    EXPECT_TRUE(icons(0).isEmpty());
 }
 
 TEST_F(FoldersArrayControllerTest, sort_firstClickOnAHeader_ascends)

@@ -5,9 +5,11 @@
 #include "Classes/PrefPane/PXSavingsCell.h"
 #include "Classes/PrefPane/PXStatusCell.h"
 #include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/WaitFor.h"
 
 #include <QImage>
 #include <QPixmapCache>
+#include <QStringListModel>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +32,24 @@ public:
     bool tableViewShouldSelectRow(int row) const override { return row != 1; }
 };
 
+/// A row of which only the kind of its file is known.
+class KindOfFile final : public QStringListModel
+{
+public:
+    explicit KindOfFile(QStringList names)
+        : QStringListModel({QStringLiteral("/a")})
+        , m_names(std::move(names))
+    {
+    }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        return role == FoldersArrayController::IconRole ? QVariant(m_names) : QStringListModel::data(index, role);
+    }
+
+private:
+    QStringList m_names;
+};
+
 /// Under a theme of the desktop that has a red folder and a blue document, of two sizes.
 class FoldersTableDelegateTest : public ::testing::Test
 {
@@ -42,7 +62,7 @@ protected:
     }
 
     /// Makes it the theme of the desktop; each has a name of its own.
-    void makeTheme(Qt::GlobalColor folderColor)
+    void makeTheme(Qt::GlobalColor folderColor, Qt::GlobalColor musicColor = Qt::cyan)
     {
         const std::string name = "Test" + std::to_string(folderColor);
         theme = PrivateHome::current().makeFolder("icons/" + name);
@@ -53,7 +73,9 @@ protected:
             index << '[' << folder << "]\nSize=" << size << "\nType=Fixed\n";
             fs::create_directories(theme / folder);
             save(theme / folder / "folder.png", size, folderColor);
+            save(theme / folder / "folder-music.png", size, musicColor);
             save(theme / folder / "text-x-generic.png", size, Qt::blue);
+            save(theme / folder / "text-x-test.png", size, Qt::yellow);
         }
         index.close();
         QIcon::setThemeSearchPaths({QString::fromStdString(theme.parent_path().native())});
@@ -90,6 +112,15 @@ protected:
             .pixelColor(int(16 * scale), int(17 * scale));
     }
 
+    /// The colour of the icon for a file of that kind.
+    QColor iconColor(const FoldersTableDelegate &delegate, const QStringList &names, double scale = 1) const
+    {
+        KindOfFile model(names);
+        return drawn(delegate, model.index(0, FoldersArrayController::FolderColumn), scale)
+            .pixelColor(int(16 * scale), int(17 * scale));
+    }
+
+    const QStringList music = {QStringLiteral("folder-music"), QStringLiteral("folder")};
     fs::path theme;
     SecondIsOther rules;
     FoldersArrayController array;
@@ -104,6 +135,42 @@ TEST_F(FoldersTableDelegateTest, icons_areThoseOfTheDesktopsTheme)
         EXPECT_EQ(iconColor(delegate, 0, scale), QColor(Qt::red)) << scale;
         EXPECT_EQ(iconColor(delegate, 1, scale), QColor(Qt::blue)) << scale;
     }
+}
+
+TEST_F(FoldersTableDelegateTest, iconsForKindsOfFiles_comeAfterThePaintingThatWantsThem)
+{
+    const QString c = QStringLiteral("text-x-nobody-has-it");
+    const std::pair<QStringList, Qt::GlobalColor> rows[] = {
+        {music, Qt::cyan},
+        {{QStringLiteral("folder-of-a-kind"), QStringLiteral("folder")}, Qt::red},
+        {{QStringLiteral("text-x-test"), QStringLiteral("text-x-generic")}, Qt::yellow},
+        {{c, QStringLiteral("text-x-generic")}, Qt::blue},
+        {{c, c}, Qt::blue},
+    };
+    const FoldersTableDelegate delegate;
+    int loads = 0;
+    QObject::connect(&delegate, &FoldersTableDelegate::iconsLoaded, [&] { ++loads; });
+    for (const auto &[names, color] : rows)
+        EXPECT_EQ(iconColor(delegate, names), QColor(Qt::red)) << names.first().toStdString();
+    ASSERT_TRUE(waitFor([&] { return loads > 0; }));
+    fs::remove_all(theme);
+    QPixmapCache::clear();
+    for (const auto &[names, color] : rows) {
+        for (const double scale : {1.0, 1.25, 2.0})
+            EXPECT_EQ(iconColor(delegate, names, scale), QColor(color)) << names.first().toStdString() << scale;
+    }
+    runFor(20);
+    EXPECT_EQ(loads, 1) << "they are kept";
+}
+
+TEST_F(FoldersTableDelegateTest, themeThatChanges_givesTheIconsForKindsOfFilesToo)
+{
+    FoldersTableDelegate delegate;
+    iconColor(delegate, music);
+    ASSERT_TRUE(waitFor([&] { return iconColor(delegate, music) == QColor(Qt::cyan); }));
+    makeTheme(Qt::green, Qt::magenta);
+    delegate.loadIcons();
+    EXPECT_EQ(iconColor(delegate, music), QColor(Qt::magenta));
 }
 
 TEST_F(FoldersTableDelegateTest, themeThatChanges_isFollowedWhenTold)
