@@ -24,8 +24,8 @@
 #include <vector>
 
 // What the folder table costs with very many folders, and the sum over very many records beside the plain C interface
-// of the database. "FolderTableBenchmark [FOLDERS [RECORDS]]"; makes both in a home of its own. Medians, all from one
-// run.
+// of the database. "FolderTableBenchmark [FOLDERS [RECORDS [LENGTH]]]"; makes both in a home of its own, the folders
+// with paths of that many characters. Medians, all from one run.
 
 using Clock = std::chrono::steady_clock;
 
@@ -57,8 +57,18 @@ static void execute(sqlite3 *store, const char *statement)
         throw std::runtime_error(fault);
 }
 
+/// A folder whose path is that long, or as short as it can be.
+static Path makeFolder(int number, std::size_t length)
+{
+    const std::string parent = "folders/" + std::to_string(number % 100);
+    const std::string name = "folder " + std::to_string(number);
+    const std::size_t shortest = (PrivateHome::current().root() / parent / name).native().size();
+    const std::string between = length > shortest + 1 ? std::string(length - shortest - 1, 'm') + '/' : std::string();
+    return PrivateHome::current().makeFolder(parent + '/' + between + name);
+}
+
 /// Real folders with real alias records, written in one transaction.
-static void recordFolders(const Path &store, int count)
+static void recordFolders(const Path &store, int count, std::size_t length)
 {
     HistoryFixture::openDatabase(store);
     sqlite3 *database = nullptr;
@@ -69,8 +79,7 @@ static void recordFolders(const Path &store, int count)
     if (!insert)
         throw std::runtime_error(sqlite3_errmsg(database));
     for (int number = 1; number <= count; ++number) {
-        const Path folder = PrivateHome::current().makeFolder("folders/" + std::to_string(number % 100) + "/folder " +
-                                                              std::to_string(number));
+        const Path folder = makeFolder(number, length);
         const Bytes alias = *AliasManager::current().newAlias(folder);
         sqlite3_reset(insert);
         sqlite3_bind_int(insert, 1, number);
@@ -186,9 +195,10 @@ int main(int argc, char **argv)
     Bundles::current().remember(*Bundles::current().open(pane));
     const int folders = argc > 1 ? std::atoi(argv[1]) : 10'000;
     const int records = argc > 2 ? std::atoi(argv[2]) : 1'000'000;
+    const std::size_t length = argc > 3 ? std::size_t(std::atoi(argv[3])) : 0;
     const Path store = *PXUtil::applicationSupportFolder() / PXHistoryController::kStoreFileName;
     std::printf("%d folders are made\n", folders);
-    recordFolders(store, folders);
+    recordFolders(store, folders, length);
     measureTable();
     measureSums(store, records);
     std::fflush(stdout);
