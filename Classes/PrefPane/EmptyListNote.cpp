@@ -54,13 +54,6 @@ void EmptyListNote::loadIcon()
     m_icon->setPixmap(style()->standardIcon(QStyle::SP_DirIcon).pixmap(kIconSize, devicePixelRatioF()));
 }
 
-void EmptyListNote::changeEvent(QEvent *event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::StyleChange || event->type() == QEvent::PaletteChange)
-        loadIcon();
-}
-
 void EmptyListNote::follow(const QAbstractItemModel *model)
 {
     m_model = model;

@@ -18,17 +18,16 @@ public:
     /// The rows to look at; the model outlives the table.
     void follow(const QAbstractItemModel *model);
 
+    /// Takes the icon from the desktop's theme anew.
+    void loadIcon();
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
     /// Draws the outline of a place where things can be dropped.
     void paintEvent(QPaintEvent *event) override;
 
-    /// Takes the icon from the desktop's theme anew.
-    void changeEvent(QEvent *event) override;
-
 private:
-    void loadIcon();
     void fill();
     void showOrHide();
 

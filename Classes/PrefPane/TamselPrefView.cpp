@@ -149,14 +149,29 @@ void TamselPrefView::changeEvent(QEvent *event)
 {
     QWidget::changeEvent(event);
     if ((event->type() == QEvent::StyleChange || event->type() == QEvent::PaletteChange) && m_folders)
-        static_cast<FoldersTableDelegate *>(m_ui->foldersTableView->itemDelegate())->loadIcons();
+        loadThemeIcons();
     // Whoever comes back to the window may have moved a folder meanwhile.
     if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_folders)
         m_folders->lookForFolders();
 }
 
+/// Only the window is told that the desktop has another theme of icons.
+void TamselPrefView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    window()->installEventFilter(this);
+}
+
+void TamselPrefView::loadThemeIcons()
+{
+    static_cast<FoldersTableDelegate *>(m_ui->foldersTableView->itemDelegate())->loadIcons();
+    m_ui->foldersTableView->findChild<EmptyListNote *>()->loadIcon();
+}
+
 bool TamselPrefView::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::ThemeChange && watched == window())
+        loadThemeIcons();
     if (watched != m_ui->foldersTableView || event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
     const auto *const key = static_cast<QKeyEvent *>(event);

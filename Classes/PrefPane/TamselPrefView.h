@@ -60,10 +60,12 @@ Q_SIGNALS:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void connectBoxes();
     void loadIcons(const Bundle &bundle);
+    void loadThemeIcons();
     void setUpFonts();
     void setUpTable();
     void showState();

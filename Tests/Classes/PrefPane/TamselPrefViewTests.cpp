@@ -317,6 +317,32 @@ TEST_F(TamselPrefViewTest, emptyList_saysHowToBegin_untilThereIsAFolder)
     EXPECT_EQ(text("folderCountLabel"), "1 folder");
 }
 
+TEST_F(TamselPrefViewTest, themeOfIconsThatChanges_isFollowed)
+{
+    show();
+    const auto icons = [this] {
+        const auto *const note = pane().foldersTableView()->findChild<EmptyListNote *>();
+        return note->findChild<QLabel *>()->pixmap().toImage();
+    };
+    const QImage before = icons();
+    int loads = 0;
+    auto *const delegate = static_cast<FoldersTableDelegate *>(pane().foldersTableView()->itemDelegate());
+    QObject::connect(delegate, &FoldersTableDelegate::iconsLoaded, [&] { ++loads; });
+    const fs::path theme = PrivateHome::current().makeFolder("icons/Test");
+    writeFile(theme / "index.theme", "[Icon Theme]\nName=Test\nDirectories=48\n[48]\nSize=48\nType=Fixed\n");
+    fs::create_directory(theme / "48");
+    QImage red(48, 48, QImage::Format_RGB32);
+    red.fill(Qt::red);
+    ASSERT_TRUE(red.save(QString::fromStdString((theme / "48/folder.png").native())));
+    QIcon::setThemeSearchPaths({QString::fromStdString(theme.parent_path().native())});
+    QIcon::setThemeName(QStringLiteral("Test"));
+    EXPECT_EQ(icons(), before) << "nobody has been told";
+    QEvent change(QEvent::ThemeChange);
+    QCoreApplication::sendEvent(&window, &change);
+    EXPECT_EQ(loads, 1);
+    EXPECT_EQ(icons().pixelColor(24, 24), QColor(Qt::red));
+}
+
 TEST_F(TamselPrefViewTest, missingFolder_staysOnTheListAndComesBackWithItsVolume)
 {
     const fs::path disk = PrivateHome::current().makeFolder("disk");
