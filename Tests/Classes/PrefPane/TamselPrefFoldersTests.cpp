@@ -122,6 +122,22 @@ TEST_F(TamselPrefFoldersTest, drop_foldersAndFiles_addsTheFoldersAndComesToTheFr
     EXPECT_TRUE(host.activations().back());
 }
 
+TEST_F(TamselPrefFoldersTest, drop_ontoARow_addsToTheListAsAWholeWhatIsWatchedAlreadyToo)
+{
+    const auto database = HistoryFixture::openDatabase(supportFolder() / "history.db");
+    ASSERT_TRUE(database->addFolder(first.native(), {}));
+    hear("pellixSavingsChanged");
+    ASSERT_EQ(table().model()->rowCount(), 1);
+    EXPECT_TRUE(table().visualRect(table().model()->index(0, 0)).contains(12, 12));
+    QMimeData data;
+    data.setUrls(urls({second, first}));
+    EXPECT_EQ(dragOver(data), Qt::CopyAction);
+    EXPECT_TRUE(drop(data));
+    ASSERT_TRUE(waitUntilAsked());
+    EXPECT_THAT(asked(), ElementsAre(second.native(), first.native()));
+    EXPECT_THAT(asked("foldersToRemove"), IsEmpty());
+}
+
 TEST_F(TamselPrefFoldersTest, drop_onlyFiles_isRefused)
 {
     QMimeData data;
