@@ -8,7 +8,8 @@
 
 bool AbandonedFile::isLikely(const struct stat &status)
 {
-    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink == 1;
+    const bool isOwn = status.st_uid == ::geteuid() || ::geteuid() == 0; // who may have given it away already
+    return S_ISREG(status.st_mode) && isOwn && status.st_nlink == 1;
 }
 
 /// The lock tells whether its maker is still there; the name, whether that one has let it go meanwhile.

@@ -10,7 +10,7 @@
 namespace AbandonedFile {
 
 /// Whether it can only have been left by a process of this user that makes such files: a regular file, this user's,
-/// with one name.
+/// with one name. Root makes them for others, too, and their owner is no hindrance to it.
 bool isLikely(const struct stat &status);
 
 /// Removes the file `name` of the open folder, and answers whether there was one. `path` is what it is called in a

@@ -1,6 +1,7 @@
 """What the campaigns of expansions share: a compressed file, what may have become of it, and volumes to try that on."""
 
 import fcntl
+import json
 import os
 import random
 import re
@@ -11,49 +12,12 @@ import subprocess
 import sys
 import tempfile
 import time
-import zlib
 
-MODE = 0o640
-TIME_NS = 1_000_000_001_123_456_789
-KEPT = {"user.kept": b"value", "user.another": b"\x00\xff"}
-DROPPED = "user.com.dovrane.tamsel.signature"
+from compressedsample import Sample, companion, content, fork  # noqa: F401, for who shares this
 
 IMAGE_SIZE = 320 << 20  # the least that XFS takes; only what is written of it takes space
 SHUT_DOWN = 0x8004587D  # FS_IOC_SHUTDOWN of the kernel, as ext4, XFS and others have it
 WITHOUT_LOG = 2
-
-
-def content():
-    lines = []
-    size = 0
-    number = 0
-    while size < 140_000:
-        lines.append(f"line {number * 7919} of a file that is to be lost by nobody\n")
-        size += len(lines[-1])
-        number += 1
-    return "".join(lines).encode()[:140_000]
-
-
-def fork(data):
-    blocks = [zlib.compress(data[at:at + 65536], 9) for at in range(0, len(data), 65536)]
-    table = b""
-    offset = 4 + 8 * len(blocks)
-    for block in blocks:
-        table += struct.pack("<II", offset, len(block))
-        offset += len(block)
-    body = struct.pack("<I", len(blocks)) + table + b"".join(blocks)
-    head = struct.pack(">IIII", 256, 256 + 4 + len(body), 4 + len(body), 50) + bytes(240)
-    end = bytes(24) + bytes([0, 0x1C, 0, 0x32, 0, 0]) + b"cmpf" + bytes([0, 0, 0, 10, 0, 1, 255, 255]) + bytes(8)
-    return head + struct.pack(">I", len(body)) + body + end
-
-
-def companion(fork_bytes, with_finder_information):
-    if not with_finder_information:
-        return struct.pack(">II16xHIII", 0x00051607, 0x00020000, 1, 2, 38, len(fork_bytes)) + fork_bytes
-    finder = b"TEXTttxt" + bytes(24)
-    head = struct.pack(">II16xH", 0x00051607, 0x00020000, 2)
-    head += struct.pack(">III", 9, 50, 32) + struct.pack(">III", 2, 82, len(fork_bytes))
-    return head + finder + fork_bytes
 
 
 def has_mounts():
@@ -138,6 +102,20 @@ class Begun:
         self.tracer.wait()
 
 
+class Run:
+    """How one expansion has ended, in which a call `failed` was made to fail with `error`."""
+
+    def __init__(self, code, said, failed, error):
+        self.failed = failed
+        self.is_denial = error in ("ENODATA", "ENOENT", "EOPNOTSUPP")
+        self.is_killed = code in (-signal.SIGKILL, 128 + signal.SIGKILL)
+        self.is_sound = code == 0
+        try:
+            self.answer = json.loads(said.decode().splitlines()[-1])
+        except (IndexError, ValueError):
+            self.answer = {}  # it was not to be had
+
+
 class World:
     """One compressed file in a folder of its own, and a temporary folder of its own."""
 
@@ -150,12 +128,8 @@ class World:
         is_beside = self.volume and arguments.scratch == "beside"
         self.temporary = tempfile.mkdtemp(prefix="campaign-", dir=None if is_beside else folder)
         self.folder = os.path.join(self.root, "folder")
-        self.file = os.path.join(self.folder, "precious")
-        self.companion = os.path.join(self.folder, "._precious")
-        self.data = content()
-        self.fork = fork(self.data)
-        self.companion_bytes = companion(self.fork, arguments.companion == "shared")
-        self.header = b"fpmc" + struct.pack("<IQ", 4, len(self.data))
+        self.sample = Sample(self.folder, arguments.fork)
+        self.file = self.sample.file
         self.environment = {"PATH": os.environ["PATH"], "HOME": self.root, "TMPDIR": self.temporary, "LC_ALL": "C",
                             "ASAN_OPTIONS": "detect_leaks=0"}  # which strace would make fail
 
@@ -164,16 +138,7 @@ class World:
         for name in self.scratch_files():
             os.unlink(name)
         os.mkdir(self.folder)
-        with open(self.companion, "wb") as stream:
-            stream.write(self.companion_bytes)
-        open(self.file, "wb").close()
-        for name, value in KEPT.items():
-            os.setxattr(self.file, name, value)
-        os.setxattr(self.file, DROPPED, b"x")
-        os.setxattr(self.file, "user.com.apple.decmpfs", self.header)
-        os.setxattr(self.file, "user.tamsel.st_flags", b"32")
-        os.chmod(self.file, MODE)
-        os.utime(self.file, ns=(TIME_NS, TIME_NS))
+        self.sample.make()
 
     def scratch_files(self):
         found = []
@@ -181,21 +146,22 @@ class World:
             for folder, _, names in os.walk(place):
                 for name in names:
                     path = os.path.join(folder, name)
-                    if path not in (self.file, self.companion):
+                    if path not in (self.file, self.sample.companion):
                         found.append(path)
         return found
 
     def command(self, verb="expand-file"):
-        return [self.arguments.tamselctl, verb, self.file]
+        return [self.arguments.tamselctl, verb, "--json", self.file]
 
     def run(self, verb="expand-file"):
         return subprocess.run(self.command(verb), env=self.environment, stdin=subprocess.DEVNULL,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
 
-    def traced(self, *options):
+    def traced(self, *options, failed=None, error=None):
         command = ["strace", "-f", "-qq", *options, *self.command()]
-        return subprocess.run(command, env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL).returncode
+        process = subprocess.run(command, env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                 stderr=subprocess.DEVNULL)
+        return Run(process.returncode, process.stdout, failed, error)
 
     def begun(self, call):
         """An expansion that stops right after one of its system calls, or has ended before it got there."""
@@ -207,39 +173,9 @@ class World:
         return subprocess.run(command, env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL).stdout
 
-    def loss(self):
+    def loss(self, run=None):
         """What is wrong with the file; and whether it is expanded."""
-        try:
-            status = os.lstat(self.file)
-        except OSError as error:
-            return f"the file is gone: {error}", False
-        with open(self.file, "rb") as stream:
-            data = stream.read()
-        is_expanded = data == self.data
-        if data and not is_expanded:
-            return f"a part of {len(data)} bytes stands in its place", False
-        if status.st_mode & 0o7777 != MODE or status.st_uid != os.geteuid():
-            return "mode or owner was lost", is_expanded
-        if status.st_mtime_ns != TIME_NS:
-            return "the time was lost", is_expanded
-        attributes = {name: os.getxattr(self.file, name) for name in os.listxattr(self.file)
-                      if name.startswith("user.")}
-        for name, value in KEPT.items():
-            if attributes.get(name) != value and self.attribute(name) != value:
-                return f"the attribute {name} was lost", is_expanded
-        if is_expanded:
-            for name in ("user.com.apple.decmpfs", DROPPED):
-                if name in attributes:
-                    return f"the attribute {name} was kept", True
-            return None, True
-        if attributes.get("user.com.apple.decmpfs") != self.header:
-            return "the header was lost", False
-        if attributes.get("user.tamsel.st_flags") not in (b"32", b"0"):
-            return "the flag has no number", False
-        with open(self.companion, "rb") as stream:
-            if stream.read() != self.companion_bytes:
-                return "the compressed content was lost", False
-        return None, False
+        return self.sample.loss(self.attribute, run)
 
     def loss_afterwards(self, is_expanded):
         """What is wrong after the next expansion, which has to do all that is left to be done."""
@@ -265,10 +201,12 @@ class World:
 def calls_of(world):
     """Each call from the first that names the file on, as its name and which of that name in its process it is."""
     world.make()
-    if world.traced("-o", world.log.name) != 0:
-        sys.exit("the expansion fails by itself")
-    if world.loss() != (None, True):
-        sys.exit("the expansion does not expand")
+    run = world.traced("-o", world.log.name)
+    if not run.is_sound:
+        sys.exit(f"the expansion fails by itself: {run.answer}")
+    trouble, is_expanded = world.loss(run)
+    if trouble or not is_expanded:
+        sys.exit(f"the expansion does not expand: {trouble}")
     counts = {}
     calls = []
     has_begun = False
@@ -295,8 +233,8 @@ def add_arguments(parser, volumes=("ext4", "xfs", "btrfs", "tmpfs")):
     parser.add_argument("--volume", choices=volumes, help="makes it on such a volume of its own, as root")
     parser.add_argument("--scratch", choices=("there", "beside"), default="there",
                         help="whether the temporary folder lies on that volume, or the scratch file beside the file")
-    parser.add_argument("--companion", choices=("alone", "shared"), default="alone",
-                        help="whether the companion holds the fork alone or Finder information too")
+    parser.add_argument("--fork", choices=("companion", "shared", "attribute"), default="companion",
+                        help="whether the fork lies in a companion, in one with Finder information, or in an attribute")
     parser.add_argument("--points", type=int, default=0, help="try that many, drawn at random; 0 for all")
     parser.add_argument("--seed", type=int, default=1, help="of the drawing")
 

@@ -209,8 +209,24 @@ TEST_F(LinuxOutputFileTest, scratchFile_ofAnotherUser_isLeftAlone)
         GTEST_SKIP() << "only root can give files away";
     write(m_scratch, bytesOf("another's"));
     ASSERT_EQ(::chown(m_scratch.c_str(), 4321, 4321), 0);
-    EXPECT_EQ(m_files.openScratchFile(m_scratch, 0644).failure().code, ErrorCode::Exists);
+    ASSERT_EQ(::chmod(m_folder.c_str(), 0777), 0);
+    for (Path folder = m_folder.parent_path(); folder != PrivateHome::current().root().parent_path();
+         folder = folder.parent_path())
+        ::chmod(folder.c_str(), 0755);
+    ASSERT_EQ(::seteuid(65534), 0);
+    const ErrorCode code = m_files.openScratchFile(m_scratch, 0644).failure().code;
+    ASSERT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(code, ErrorCode::Exists);
     EXPECT_EQ(contentOf(m_scratch), "another's");
+}
+
+TEST_F(LinuxOutputFileTest, scratchFile_thatRootHasGivenAway_isTakenAwayByRoot)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    write(m_scratch, bytesOf("killed before it was renamed"));
+    ASSERT_EQ(::chown(m_scratch.c_str(), 4321, 4321), 0);
+    EXPECT_TRUE(m_files.openScratchFile(m_scratch, 0644));
 }
 
 TEST_F(LinuxOutputFileTest, scratchFile_whileWritten_isNoMoreOpenToOthersThanTheOriginal)
