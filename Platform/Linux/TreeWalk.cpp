@@ -84,8 +84,7 @@ Result<void> TreeWalk::run(const Path &root)
         if (got < 0)
             m_unreadable(m_path, Failure::fromErrno(failure, "getdents64", m_path));
         if (got <= 0) {
-            if (Result<void> left = pop(); !left)
-                return left;
+            pop();
             continue;
         }
         level.position = 0;
@@ -149,28 +148,37 @@ void TreeWalk::push(Level level, const Path &path)
     outermost.filled = 0;
 }
 
-Result<void> TreeWalk::pop()
+/// Goes back to the next outer level that can be gone on with.
+void TreeWalk::pop()
 {
     const Level child = std::move(m_levels.back());
     m_levels.pop_back();
-    m_path.resize(m_levels.empty() ? 0 : m_levels.back().pathLength);
+    for (; !m_levels.empty(); m_levels.pop_back()) {
+        Level &level = m_levels.back();
+        m_path.resize(level.pathLength);
+        m_met.clear();
+        if (m_parked < m_levels.size())
+            return;
+        --m_parked;
+        // A folder that was moved away meanwhile lies in another now; the one above it may still be where it was.
+        if (reopen(child.directory.get(), "..", level) || reopen(AT_FDCWD, m_path.c_str(), level))
+            return;
+        m_unreadable(m_path, {ErrorCode::Busy, 0, m_path + " was moved away while it was walked"});
+    }
+    m_path.clear();
     m_met.clear();
-    if (m_levels.empty() || m_parked < m_levels.size())
-        return {};
-    --m_parked;
-    return reopenFrom(child, m_levels.back());
 }
 
-Result<void> TreeWalk::reopenFrom(const Level &child, Level &parent) const
+Result<void> TreeWalk::reopen(int parent, const char *name, Level &level) const
 {
     struct stat status = {};
-    Result<Descriptor> directory = openDirectory(child.directory.get(), "..", m_path, status);
+    Result<Descriptor> directory = openDirectory(parent, name, m_path, status);
     if (!directory)
         return directory.failure();
-    if (FileIdentity{status.st_dev, status.st_ino} != parent.identity)
-        return Failure{ErrorCode::Busy, 0, "a folder of " + m_path + " was moved away while it was walked"};
-    if (::lseek(directory->get(), parent.resumeAt, SEEK_SET) < 0)
+    if (FileIdentity{status.st_dev, status.st_ino} != level.identity)
+        return Failure{ErrorCode::Busy, 0, m_path + " is another folder by now"};
+    if (::lseek(directory->get(), level.resumeAt, SEEK_SET) < 0)
         return Failure::fromErrno(errno, "lseek", m_path);
-    parent.directory = std::move(*directory);
+    level.directory = std::move(*directory);
     return {};
 }

@@ -34,8 +34,8 @@ private:
     Result<std::optional<Level>> open(int parent, const std::string &name, const Path &path) const;
     bool isWithin(const FileIdentity &directory) const;
     void push(Level level, const Path &path);
-    Result<void> pop();
-    Result<void> reopenFrom(const Level &child, Level &parent) const;
+    void pop();
+    Result<void> reopen(int parent, const char *name, Level &level) const;
     void step();
     void meet(const char *name);
     const Path &pathOf(const char *name);

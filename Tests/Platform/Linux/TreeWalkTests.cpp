@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <fstream>
+#include <map>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -157,4 +158,35 @@ TEST_F(TreeWalkTest, folder_replacedByALinkWhileWalked_isNotFollowed)
     const TreeWalk::Unreadable note = [](const Path &, const Failure &) {};
     EXPECT_TRUE(TreeWalk(visit, note, {}, MountPoints::NotEnter).run(m_folder));
     EXPECT_THAT(met, ElementsAre("a"));
+}
+
+TEST_F(TreeWalkTest, farOuterFolder_movedWhileWalked_keepsOnlyWhatCannotBeFoundFromBeingMet)
+{
+    Path deepest = m_folder;
+    for (int level = 1; level <= 80; ++level) { // more than are kept open
+        deepest /= "level" + std::to_string(level);
+        std::filesystem::create_directory(deepest);
+    }
+    const Path one = m_folder / "level1", two = one / "level2", three = two / "level3";
+    for (const Path &folder : {m_folder, one, three}) {
+        for (int number = 0; number < 20; ++number)
+            std::ofstream(folder / ("sibling" + std::to_string(number))).close();
+    }
+    std::map<Path, int> siblings;
+    const TreeWalk::Visit visit = [&](const WalkEntry &entry) {
+        ++siblings[entry.path.parent_path()];
+        if (entry.path == deepest) {
+            std::filesystem::rename(three / "level4", m_folder.parent_path() / "moved4");
+            std::filesystem::rename(two, m_folder.parent_path() / "moved2");
+        }
+        return true;
+    };
+    std::vector<Path> unreadable;
+    const TreeWalk::Unreadable note = [&](const Path &path, const Failure &) { unreadable.push_back(path); };
+    EXPECT_TRUE(TreeWalk(visit, note, {}, MountPoints::NotEnter).run(m_folder));
+    EXPECT_THAT(unreadable, ElementsAre(three, two));
+    EXPECT_EQ(siblings[one], 21);
+    EXPECT_EQ(siblings[m_folder], 21);
+    for (const char *moved : {"moved4", "moved2"})
+        std::filesystem::remove_all(m_folder.parent_path() / moved);
 }
