@@ -40,13 +40,13 @@ static Result<Bytes> readExactly(const ReadableFork &file, const ByteRange &rang
     return bytes;
 }
 
-/// Reads the next attribute of the table, and passes over its padding.
-static Result<AppleDoubleLayout::Attribute> readAttribute(BigEndianReader &table, ByteCount fileSize)
+/// Reads the next attribute of the table, and whether it has flags, and passes over its padding.
+static Result<AppleDoubleLayout::Attribute> readAttribute(BigEndianReader &table, ByteCount fileSize, bool &hasFlags)
 {
     AppleDoubleLayout::Attribute attribute;
     attribute.value.offset = table.read<std::uint32_t>();
     attribute.value.length = table.read<std::uint32_t>();
-    table.take(sizeof(std::uint16_t)); // flags
+    hasFlags = table.read<std::uint16_t>() != 0;
     const std::size_t nameLength = table.read<std::uint8_t>();
     const ByteView name = table.take(nameLength);
     if (!table.isGood() || name.size() < 2)
@@ -81,9 +81,12 @@ static Result<void> readAttributes(const ReadableFork &file, ByteRange tail, App
         return corrupt("its attributes have no room for their header");
     std::set<std::string> names;
     for (std::size_t index = 0; index < count; ++index) {
-        Result<AppleDoubleLayout::Attribute> attribute = readAttribute(table, file.size());
+        bool hasFlags = false;
+        Result<AppleDoubleLayout::Attribute> attribute = readAttribute(table, file.size(), hasFlags);
         if (!attribute)
             return attribute.failure();
+        if (hasFlags) // which would be lost
+            layout.isWhollyUnderstood = false;
         if (!names.insert(attribute->name).second)
             return corrupt("two attributes have one name");
         layout.attributes.push_back(std::move(*attribute));

@@ -20,10 +20,10 @@ public:
     /// Bytes on the medium; 0 where none counts, or it cannot be looked at.
     static ByteCount occupied(const Path &file, const struct stat &fileStatus);
 
-    /// Writes the attribute into the companion, which is made where there is none. Errors: Busy when another process
+    /// Writes the attributes into the companion, which is made where there is none. Errors: Busy when another process
     /// changed it meanwhile, Permission when something is in its place that does not count, Corrupt, TooLarge, Io.
-    static Result<void> setAttribute(const Path &file, const struct stat &fileStatus, const std::string &name,
-                                     ByteView value);
+    static Result<void> setAttributes(const Path &file, const struct stat &fileStatus,
+                                      const std::vector<std::pair<std::string, Bytes>> &attributes);
 
     /// Takes the attribute out of it, and removes the companion when nothing is left in it. Errors: as above, NotFound.
     static Result<void> removeAttribute(const Path &file, const struct stat &fileStatus, const std::string &name);

@@ -2,8 +2,10 @@
 #include "Platform/Linux/CompanionFork.h"
 #include "Platform/Linux/FileCalls.h"
 #include "Platform/Linux/NewFile.h"
+#include "Platform/asciiLowercase.h"
 
 #include <algorithm>
+#include <set>
 
 static constexpr std::size_t kMostContent = std::size_t{2} << 20; // three of these are in memory at once
 
@@ -117,8 +119,8 @@ Result<void> Companion::write(const AppleDoubleContent &content, const ReadableF
     return file->replace();
 }
 
-Result<void> Companion::setAttribute(const Path &file, const struct stat &fileStatus, const std::string &name,
-                                     ByteView value)
+Result<void> Companion::setAttributes(const Path &file, const struct stat &fileStatus,
+                                      const std::vector<std::pair<std::string, Bytes>> &attributes)
 {
     Result<Companion> companion = open(file, fileStatus);
     struct stat other = {};
@@ -128,16 +130,22 @@ Result<void> Companion::setAttribute(const Path &file, const struct stat &fileSt
     if (!companion && ::lstat(path.c_str(), &other) == 0)
         return Failure{ErrorCode::Permission, EPERM, path.native() + " is in the companion's place"};
     if (!companion)
-        return Companion(path, nullptr, {})
-            .write({std::nullopt, {{name, Bytes(value.begin(), value.end())}}, {}}, nullptr, fileStatus);
-    const AppleDoubleLayout::Attribute *old = companion->layout().attribute(name);
-    if (Result<void> room = companion->checkRoomFor(value.size() - (old ? old->value.length : 0)); !room)
+        companion = Companion(path, nullptr, {});
+    ByteCount more = 0;
+    std::set<std::string_view> names;
+    for (const auto &[name, value] : attributes) {
+        names.insert(name);
+        const AppleDoubleLayout::Attribute *old = companion->layout().attribute(name);
+        more += value.size() - (old ? old->value.length : 0);
+    }
+    if (Result<void> room = companion->checkRoomFor(more); !room)
         return room;
     Result<AppleDoubleContent> content = companion->content();
     if (!content)
         return content.failure();
-    std::erase_if(content->attributes, [&](const auto &each) { return each.name == name; });
-    content->attributes.push_back({name, Bytes(value.begin(), value.end())});
+    std::erase_if(content->attributes, [&](const auto &each) { return names.contains(each.name); });
+    for (const auto &[name, value] : attributes)
+        content->attributes.push_back({name, value});
     return companion->write(*content, companion->resourceFork().get(), fileStatus);
 }
 
@@ -177,15 +185,6 @@ Result<void> Companion::removeAttribute(const Path &file, const struct stat &fil
     return companion->writeOrRemove(std::move(*content), companion->resourceFork().get(), fileStatus);
 }
 
-static std::string lowercase(std::string name)
-{
-    for (char &letter : name) {
-        if (letter >= 'A' && letter <= 'Z')
-            letter = char(letter - 'A' + 'a');
-    }
-    return name;
-}
-
 Result<void> Companion::discard(const Path &file, const struct stat &fileStatus, const ReadableFork &fork,
                                 const std::vector<std::string> &names)
 {
@@ -200,8 +199,9 @@ Result<void> Companion::discard(const Path &file, const struct stat &fileStatus,
             return unchanged;
     }
     const auto isUnwanted = [&](const auto &attribute) {
-        return std::any_of(names.begin(), names.end(),
-                           [&](const std::string &name) { return lowercase(name) == lowercase(attribute.name); });
+        return std::any_of(names.begin(), names.end(), [&](const std::string &name) {
+            return asciiLowercase(name) == asciiLowercase(attribute.name);
+        });
     };
     const auto &attributes = companion->layout().attributes;
     if (!read && std::none_of(attributes.begin(), attributes.end(), isUnwanted))

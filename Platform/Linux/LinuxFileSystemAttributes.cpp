@@ -96,7 +96,9 @@ Result<void> LinuxFileSystem::setAttribute(const Path &path, const std::string &
     // The companion belongs to one name only: the others would not see what is kept there.
     if (S_ISREG(file->status.st_mode) && file->status.st_nlink > 1)
         return done;
-    if (Result<void> kept = Companion::setAttribute(file->path, file->status, name, value); !kept)
+    if (Result<void> kept =
+            Companion::setAttributes(file->path, file->status, {{name, Bytes(value.begin(), value.end())}});
+        !kept)
         return kept;
     // An older value in the first place would hide the new one.
     const Result<void> removed = ExtendedAttributes::remove(file->path, name);

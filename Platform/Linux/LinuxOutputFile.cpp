@@ -49,6 +49,8 @@ Result<std::unique_ptr<OutputFile>> LinuxOutputFile::makeScratch(const Path &pat
         return removed.failure();
     if (const Result<void> made = file->make((mode & 0777) | kOwnerMayWrite); !made)
         return made.failure();
+    // Attributes that are copied later could leave no room for it. Where it cannot be had, `makeLike` says so.
+    (void)FlagNumber::write(file->m_lock.get(), 0);
     return std::unique_ptr<OutputFile>(std::move(file));
 }
 
@@ -215,17 +217,16 @@ Result<void> LinuxOutputFile::handOverAttributes(const Path &destination) const
     if (::lstat(destination.c_str(), &status) != 0)
         return Failure::fromErrno(errno, "lstat", destination);
     const Result<Companion> present = Companion::open(destination, status);
+    std::vector<std::pair<std::string, Bytes>> missing;
     for (const auto &[name, range] : companion->layout().attributes) {
-        const Result<Bytes> value = companion->attribute(name);
+        Result<Bytes> value = companion->attribute(name);
         if (!value)
             return value.failure();
         const Result<Bytes> old = present ? present->attribute(name) : present.failure();
-        if (old && *old == *value)
-            continue;
-        if (Result<void> set = Companion::setAttribute(destination, status, name, *value); !set)
-            return set;
+        if (!old || *old != *value)
+            missing.emplace_back(name, std::move(*value));
     }
-    return {};
+    return missing.empty() ? Result<void>() : Companion::setAttributes(destination, status, missing);
 }
 
 void LinuxOutputFile::removeCompanion() const

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -169,6 +171,19 @@ TEST(AppleDouble, bytesFarBehindTheFinderInformation_areKnownToBeLostWithoutALoo
     EXPECT_TRUE(readAppleDouble(MemoryFork(written(content, {})))->isWhollyUnderstood);
     content.others = {{kFinderInformationEntry, Bytes(32 + 65537)}};
     EXPECT_FALSE(readAppleDouble(MemoryFork(written(content, {})))->isWhollyUnderstood);
+}
+
+TEST(AppleDouble, flagsOfAnAttribute_areKnownToBeLost)
+{
+    const AppleDoubleContent content{std::nullopt, {{"name", bytesOf("value")}}, {}};
+    Bytes file = written(content, {});
+    const auto name = std::search(file.begin(), file.end(), std::begin("name"), std::end("name"));
+    ASSERT_NE(name, file.end());
+    EXPECT_TRUE(readAppleDouble(MemoryFork(file))->isWhollyUnderstood);
+    *(name - 2) = 1; // the low byte of the flags, before the length of the name
+    const auto layout = readAppleDouble(MemoryFork(file));
+    ASSERT_TRUE(layout);
+    EXPECT_FALSE(layout->isWhollyUnderstood);
 }
 
 TEST(AppleDouble, attributeTable_endsWhereMacsEndIt)
