@@ -56,7 +56,7 @@ bool Expansion::run(Error *error)
         return false;
     if (m_request.stop.stop_requested()) // what follows waits for the medium
         return fail(Outcome::Cancelled);
-    if (m_destination && !replace())
+    if (m_destination ? !replace() : !disownCompanion())
         return false;
     m_outcome.result = Outcome::Expanded;
     return true;
@@ -128,6 +128,8 @@ bool Expansion::checkNothingIsLost()
             return fail(Outcome::Unreadable, isShared.failure().context);
         if (*isShared)
             return fail(Outcome::ForkShared);
+    } else if (m_destination && !rememberOldCompanion()) {
+        return fail(Outcome::ForkShared);
     }
     const Result<Bytes> value = m_files.attribute(m_request.source, kDecmpfsAttribute, Links::NotFollow);
     m_isHeaderUnreadable = !value && value.failure().code != ErrorCode::NotFound;
@@ -181,7 +183,8 @@ bool Expansion::inflateBlocks()
     ByteCount position = m_blocks->heads().tableEnd();
     for (std::uint32_t index = 0; index < m_blocks->count(); ++index) {
         if (m_request.stop.stop_requested()) {
-            setFlagAgain();
+            if (m_outcome.isFlagLeftCleared) // one that was clear before stays so
+                setFlagAgain();
             return fail(Outcome::Cancelled);
         }
         const Result<HFSPlusCmpfRsrcBlock> block = m_blocks->entry(index);

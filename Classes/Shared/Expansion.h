@@ -48,9 +48,14 @@ private:
     void setFlagAgain();
     bool copyAttributes();
     bool haveAttributesArrived() const;
+    bool rememberOldCompanion();
+    bool disownCompanion();
     bool replace();
+    Outcome reasonOfRefusal() const;
+    void discardWhatIsReplaced(bool isLasting, const FileIdentity &output);
     std::string reasonToKeepFork() const;
-    void discardFork();
+    Result<void> discardFork();
+    Result<void> discardOldCompanion();
 
     bool fail(Outcome result, const std::string &reason = {});
     bool failToWrite(Outcome result, const Failure &failure);
@@ -65,9 +70,11 @@ private:
 
     std::optional<FileStatus> m_destination; ///< as it was examined; nullopt when it did not exist
     std::optional<FileStatus> m_source;
-    std::optional<Failure> m_unreadable;   ///< why one of them cannot be looked at
-    std::uint32_t m_savedFlags = 0;        ///< of the destination, as the file manager reports them
-    std::optional<ByteCount> m_statedSize; ///< by a valid header
+    std::vector<std::string> m_oldNames;     ///< of the attributes of another destination
+    std::unique_ptr<ReadableFork> m_oldFork; ///< of another destination
+    std::optional<Failure> m_unreadable;     ///< why one of them cannot be looked at
+    std::uint32_t m_savedFlags = 0;          ///< of the destination, as the file manager reports them
+    std::optional<ByteCount> m_statedSize;   ///< by a valid header
     bool m_isHeaderUnreadable = false;
 
     std::unique_ptr<FileLock> m_lock; ///< of the source

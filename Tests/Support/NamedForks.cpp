@@ -20,6 +20,7 @@ struct Fork
 };
 
 std::map<std::pair<dev_t, ino_t>, Fork> s_forks;
+std::function<void(off_t)> s_onRead;
 
 } // namespace
 
@@ -65,6 +66,25 @@ extern "C" int openat64(int folder, const char *path, int flags, ...)
     const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(more, mode_t) : 0;
     va_end(more);
     return s_call(folder, forkPath(folder, path).c_str(), flags, mode);
+}
+
+extern "C" ssize_t pread64(int file, void *buffer, std::size_t size, off_t offset)
+{
+    static const auto s_call = systemCall<decltype(&pread64)>("pread64");
+    struct stat64 read = {}, fork = {};
+    if (s_onRead && ::fstat64(file, &read) == 0) {
+        for (const auto &[identity, each] : s_forks) {
+            if (systemStat(AT_FDCWD, each.path.c_str(), &fork, 0) == 0 && fork.st_dev == read.st_dev &&
+                fork.st_ino == read.st_ino)
+                s_onRead(offset);
+        }
+    }
+    return s_call(file, buffer, size, offset);
+}
+
+void NamedForks::setOnRead(std::function<void(off_t)> onRead)
+{
+    s_onRead = std::move(onRead);
 }
 
 NamedForks::NamedForks(Path folder)

@@ -23,3 +23,13 @@ TEST_F(ExpansionCancelTest, cancelledRightBeforeTheRename_leavesTheFileAsItIs)
     EXPECT_FALSE(m_outcome.isFlagLeftCleared);
     expectStillCompressed(CompressedSample::fork(m_content));
 }
+
+TEST_F(ExpansionCancelTest, cancelledWhereTheFlagWasIgnored_leavesItClear)
+{
+    CompressedSample::make(m_file, m_content);
+    ASSERT_TRUE(HFSCompression::setFileAsUFCompressed(m_file, false));
+    m_stop.request_stop();
+    EXPECT_FALSE(expand(true));
+    EXPECT_EQ(m_outcome.result, Outcome::Cancelled);
+    expectStillCompressed(CompressedSample::fork(m_content), false);
+}

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
@@ -77,4 +78,54 @@ TEST_F(ExpansionDestinationTest, destinationThatIsALinkFolderOrPipe_isRefusedBef
     }
     EXPECT_EQ(contentOf(m_folder / "precious"), bytesOf("precious"));
     expectStillCompressed(CompressedSample::fork(m_content));
+}
+
+TEST_F(ExpansionDestinationTest, otherDestinationThatWasCompressed_keepsNothingOfItsOwn)
+{
+    FileSystem &files = FileSystem::current();
+    const Path other = m_folder / "other";
+    const Bytes old = CompressedSample::fork(bytesOf("old"));
+    AppleDoubleContent more{{{}}, {{"mac", bytesOf("of the old one")}, {"both", bytesOf("of the old one")}}, {}};
+    Bytes companion = *appleDoubleHead(more, old.size());
+    companion.insert(companion.end(), old.begin(), old.end());
+    CompressedSample::make(other, bytesOf("old"));
+    write(companionOf(other), companion);
+    CompressedSample::make(m_file, m_content);
+    ASSERT_TRUE(files.setAttribute(m_file, "both", bytesOf("of the new one"), Links::NotFollow));
+    EXPECT_TRUE(expandTo(other)) << m_outcome.reason;
+    EXPECT_EQ(contentOf(other), m_content);
+    EXPECT_EQ(m_outcome.reasonForkKept, "");
+    EXPECT_FALSE(files.openResourceFork(other));
+    EXPECT_THAT(*files.attributeNames(other, Links::NotFollow), ElementsAre("both"));
+    EXPECT_EQ(*files.attribute(other, "both", Links::NotFollow), bytesOf("of the new one"));
+    expectStillCompressed(CompressedSample::fork(m_content));
+}
+
+TEST_F(ExpansionDestinationTest, otherDestinationWhoseForkAnotherNameNeeds_isLeftAlone)
+{
+    CompressedSample::make(m_file, m_content);
+    const Path other = m_folder / "other";
+    CompressedSample::make(other, bytesOf("old"));
+    std::filesystem::create_hard_link(other, m_folder / "third");
+    EXPECT_FALSE(expandTo(other));
+    EXPECT_EQ(m_outcome.result, Outcome::ForkShared);
+    EXPECT_FALSE(m_outcome.isFlagLeftCleared);
+    EXPECT_TRUE(std::filesystem::equivalent(other, m_folder / "third"));
+    EXPECT_TRUE(FileSystem::current().openResourceFork(other));
+    expectStillCompressed(CompressedSample::fork(m_content));
+}
+
+TEST_F(ExpansionDestinationTest, newDestinationBesideAStrayFork_isNoCompressedFile)
+{
+    makeWithFork(ForkParts::fork({}), 0); // so that it will be empty
+    const Path other = m_folder / "other";
+    const AppleDoubleContent more{{{}}, {{kDecmpfsAttribute, CompressedSample::decmpfs(m_content.size())}}, {}};
+    const Bytes stray = CompressedSample::fork(m_content);
+    Bytes companion = *appleDoubleHead(more, stray.size());
+    companion.insert(companion.end(), stray.begin(), stray.end());
+    write(companionOf(other), companion);
+    EXPECT_TRUE(expandTo(other)) << m_outcome.reason;
+    EXPECT_EQ(contentOf(other), Bytes());
+    EXPECT_FALSE(HFSCompression::isFileUFCompressed(other));
+    EXPECT_EQ(contentOf(companionOf(other)), companion) << "it may be all that is left of a file";
 }

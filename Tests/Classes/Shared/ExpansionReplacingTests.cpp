@@ -109,3 +109,27 @@ TEST_F(ExpansionReplacing, scratchFileOfAKilledExpansion_isTakenAwayByAWalkThatL
     EXPECT_THAT(scratchFiles(), IsEmpty());
     expectStillCompressed(CompressedSample::fork(m_content), false);
 }
+
+TEST_F(ExpansionReplacing, folderMovedAwayMeanwhile_anotherFilesCompanionStays)
+{
+    makeWithFork(CompressedSample::fork(m_content), m_content.size());
+    const Path moved = m_folder.parent_path() / "moved";
+    const Bytes companion = *appleDoubleHead({{{}}, {{kDecmpfsAttribute, bytesOf("of another")}}, {}}, 0);
+    int asked = 0;
+    LeaseThatEnds leases([&] {
+        if (++asked == 2) { // the last question before the rename, which knows the folder already
+            std::filesystem::rename(m_folder, moved);
+            std::filesystem::create_directory(m_folder);
+            write(m_file, bytesOf("another"));
+            write(companionOf(m_file), companion);
+        }
+        return true;
+    });
+    const Override<FileLeases> override(leases);
+    EXPECT_TRUE(expand());
+    EXPECT_EQ(m_outcome.reasonForkKept, "another file stands there by now");
+    EXPECT_EQ(contentOf(m_file), bytesOf("another"));
+    EXPECT_EQ(contentOf(companionOf(m_file)), companion);
+    EXPECT_EQ(contentOf(moved / "file"), m_content);
+    std::filesystem::remove_all(moved);
+}

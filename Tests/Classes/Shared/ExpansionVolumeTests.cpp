@@ -172,3 +172,46 @@ TEST_P(ExpansionOnVolume, accessListThatTheFolderHandsDown_isNotTheFiles)
     EXPECT_EQ(rawAttribute(m_file, "system.posix_acl_access"), Bytes());
     EXPECT_EQ(FileSystem::current().status(m_file)->mode, 0600u);
 }
+
+TEST_P(ExpansionOnVolume, manyAttributes_leaveRoomForWhatTheSystemKeeps)
+{
+    make();
+    FileSystem &files = FileSystem::current();
+    const Bytes value(80, 'v');
+    for (int number = 0; number < 50; ++number)
+        ASSERT_TRUE(files.setAttribute(m_file, "attribute-" + std::to_string(number), value, Links::NotFollow));
+    EXPECT_TRUE(expand()) << m_outcome.reason;
+    EXPECT_EQ(contentOf(m_file), m_content);
+    EXPECT_EQ(files.attributeNames(m_file, Links::NotFollow)->size(), 50u);
+    EXPECT_EQ(rawAttribute(m_file, "user.tamsel.st_flags"), bytesOf("0"));
+    expectNoScratchFile();
+}
+
+TEST_P(ExpansionOnVolume, longestName_isExpandedToo)
+{
+    const Path longest = m_folder / std::string(253, 'n'); // a companion's name has two characters more
+    make(longest);
+    EXPECT_TRUE(expand(longest)) << m_outcome.reason;
+    EXPECT_EQ(contentOf(longest), m_content);
+    EXPECT_THAT(names(m_folder), ElementsAre(longest.filename().native()));
+    expectNoScratchFile();
+}
+
+TEST_P(ExpansionOnVolume, cancelledInTheMiddle_setsTheFlagAgainAndLeavesNoScratchFile)
+{
+    if (!isFork(ForkPlace::NamedFork))
+        return; // reading of the others is not seen
+    make();
+    int blocks = 0;
+    NamedForks::setOnRead([&](off_t offset) {
+        constexpr off_t kEndOfTable = 264 + 3 * 8;
+        if (offset >= kEndOfTable && ++blocks == 2)
+            m_stop.request_stop();
+    });
+    EXPECT_FALSE(expand());
+    NamedForks::setOnRead({});
+    EXPECT_EQ(m_outcome.result, Outcome::Cancelled);
+    EXPECT_EQ(m_outcome.writtenSize, 131072u);
+    EXPECT_FALSE(m_outcome.isFlagLeftCleared);
+    expectStillCompressed();
+}

@@ -68,6 +68,18 @@ TEST(TemporaryFiles, temporaryFile_isMadeEmptyAndOpen)
     EXPECT_EQ(std::filesystem::file_size(*file), 1u);
 }
 
+TEST(TemporaryFiles, temporaryFile_withoutAPlaceForItsDescriptor_isClosed)
+{
+    const auto nextDescriptor = [] {
+        const int descriptor = ::dup(0);
+        ::close(descriptor);
+        return descriptor;
+    };
+    const int before = nextDescriptor();
+    EXPECT_TRUE(createTemporaryFile(nullptr));
+    EXPECT_EQ(nextDescriptor(), before);
+}
+
 TEST(TemporaryFiles, temporaryFile_thatCannotBeMade_isNoneAndItsDescriptorMinusOne)
 {
     FakeFileSystem files; // has no temporary folder
