@@ -7,6 +7,7 @@
 #include "Classes/Shared/LeftLocks.h"
 #include "Classes/Shared/TemporaryFiles.h"
 #include "Classes/Util/PXUtil.h"
+#include "Platform/Formats/CompressedFile.h"
 #include "Platform/ThisProcess.h"
 
 static constexpr ByteCount kSmallestFile = 4096;
@@ -42,17 +43,28 @@ void PXPathUncompressor::runWithDelegate(PXPathUncompressorDelegate *delegate)
     LeftLocks::release();
 }
 
+/// Whether a file that seems to be small says of itself that it is not.
+static bool isDamaged(const Path &path)
+{
+    const Result<Bytes> value = FileSystem::current().attribute(path, kDecmpfsAttribute, Links::NotFollow);
+    const std::optional<HFSPlusDecmpfs> header = value ? readDecmpfs(*value) : std::nullopt;
+    return header && header->uncompressedSize >= kSmallestFile && HFSCompression::isFileUFCompressed(path);
+}
+
 /// A file that has content is no compressed one of ours, and is known without a look at its attributes.
 std::optional<LeftAlone> PXPathUncompressor::reasonToLeaveAlone(const Path &path, const FileStatus &status)
 {
     if (status.type != FileType::Regular)
         return LeftAlone::NotRegular;
     const FileSystem &files = FileSystem::current();
-    const ByteCount size = status.size > 0 ? status.size : files.logicalSize(path).valueOr(0);
+    const Result<ByteCount> logicalSize = status.size > 0 ? status.size : files.logicalSize(path);
+    if (!logicalSize)
+        return logicalSize.failure().code == ErrorCode::NotFound ? LeftAlone::Damaged : LeftAlone::Unreadable;
+    const ByteCount size = *logicalSize;
     if (size == 0 && CompressedFileRepair::isCandidate(path, status) && !HFSCompression::isFileUFCompressed(path))
         return LeftAlone::FlagCleared;
     if (size < kSmallestFile)
-        return LeftAlone::TooSmall;
+        return status.size == 0 && isDamaged(path) ? LeftAlone::Damaged : LeftAlone::TooSmall;
     if (status.size > 0 || !HFSCompression::isFileUFCompressed(path))
         return LeftAlone::NotCompressed;
     if (status.owner != ThisProcess::current().userId())

@@ -12,6 +12,8 @@ public:
     /// Why a file was left alone: the first test that it failed.
     enum class LeftAlone {
         NotRegular,  ///< a link, a pipe, a device
+        Unreadable,  ///< how large it is cannot be told
+        Damaged,     ///< stored compressed, but what it is to be made from is missing or not whole
         TooSmall,    ///< less than 4096 bytes
         FlagCleared, ///< an expansion that failed or was killed left it so; it can be repaired
         NotCompressed,

@@ -65,6 +65,10 @@ static QString headingOf(LeftAlone reason)
     switch (reason) {
     case LeftAlone::NotRegular:
         return tr("Left alone: not a regular file");
+    case LeftAlone::Unreadable:
+        return tr("Left alone: cannot be looked at");
+    case LeftAlone::Damaged:
+        return tr("Left alone: the compressed content is missing or damaged");
     case LeftAlone::TooSmall:
         return tr("Left alone: smaller than 4096 bytes");
     case LeftAlone::FlagCleared:

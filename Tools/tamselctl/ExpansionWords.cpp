@@ -54,6 +54,10 @@ ExpansionWords wordsFor(PXPathUncompressorObserver::LeftAlone reason)
     switch (reason) {
     case LeftAlone::NotRegular:
         return {"notRegular", "no regular file"};
+    case LeftAlone::Unreadable:
+        return {"unreadable", "it cannot be looked at"};
+    case LeftAlone::Damaged:
+        return {"damaged", "its compressed content is missing or damaged"};
     case LeftAlone::TooSmall:
         return {"tooSmall", "less than 4096 bytes"};
     case LeftAlone::FlagCleared:

@@ -25,7 +25,7 @@ static ExitCode repairFolder(Invocation &invocation, const Path &folder)
         return true;
     };
     const auto unreadable = [&](const Path &, const Failure &failure) { exitCode = invocation.fail(failure); };
-    if (const Result<void> done = FileSystem::current().walk(folder, visit, unreadable, {}); !done)
+    if (const Result<void> done = FileSystem::current().walk(folder, visit, unreadable, {}, MountPoints::Enter); !done)
         return invocation.fail(done.failure());
     return exitCode;
 }

@@ -207,8 +207,8 @@ static constexpr Verb kVerbs[] = {
      "writing, or whose compressed content other names share, is left as it is. With --json each line has an event: "
      "willExpand, didExpand with its result, finished, and summary at the end.\n\n"
      "An interrupt (Ctrl-C) ends the work between two blocks; the file that is being expanded stays compressed, and "
-     "the "
-     "summary says what was done. The exit status is 1 when a file could not be expanded.",
+     "the summary says what was done. The exit status is 1 when a file could not be expanded; one that is left alone "
+     "is no such file.",
      expandPaths},
     {"expand-file", "FILE", 1, 1, kExpandFileOptions, "Turn one compressed file back into an ordinary one",
      "Whatever its size and owner. With --to a file that is there is replaced and keeps its mode and owner; a new one "
@@ -227,8 +227,8 @@ static constexpr Verb kVerbs[] = {
      "Make files known as compressed again after a failed expansion",
      "A file whose expansion failed or was killed can be left without the flag by which it is known as compressed: "
      "programs see an empty file then. This sets the flag again, after every block of the content has been inflated "
-     "and "
-     "checked. In a folder every file that might be one is looked at.",
+     "and checked. In a folder, and on volumes below it, every compressed file is checked that way, also one that is "
+     "known as compressed.",
      repairPaths},
     {"attributes list", "PATH", 1, 1, kAttributesOptions, "List the extended attributes of a file",
      "The names, in the order of the file system.", listAttributes},

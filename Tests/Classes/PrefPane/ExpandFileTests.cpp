@@ -93,3 +93,17 @@ TEST_F(ExpandFileTest, anothersGroup_isLeftAlone)
     m_processes.groups.clear();
     EXPECT_EQ(reason(), LeftAlone::AnothersGroup);
 }
+
+TEST_F(ExpandFileTest, largeFileWithoutItsFork_isDamagedAndNotSmall)
+{
+    FakeFileSystem moved; // without what lay beside it
+    moved.addFile("/file");
+    EXPECT_TRUE(moved.setAttribute("/file", kDecmpfsAttribute, CompressedSample::decmpfs(5000), Links::NotFollow));
+    EXPECT_TRUE(moved.setFlags("/file", kCompressedFlag));
+    const Override<FileSystem> override(moved);
+    EXPECT_EQ(reason(), LeftAlone::Damaged);
+    EXPECT_TRUE(moved.setAttribute("/file", kDecmpfsAttribute, CompressedSample::decmpfs(4095), Links::NotFollow));
+    EXPECT_EQ(reason(), LeftAlone::TooSmall);
+    EXPECT_TRUE(moved.setAttribute("/file", kDecmpfsAttribute, bytesOf("no header"), Links::NotFollow));
+    EXPECT_EQ(reason(), LeftAlone::Unreadable);
+}

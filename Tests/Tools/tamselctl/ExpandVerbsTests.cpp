@@ -1,6 +1,7 @@
 #include "Tests/Support/CompressedSample.h"
 #include "Tests/Support/FileContent.h"
 #include "Tests/Support/PrivateHome.h"
+#include "Tests/Support/PrivateMounts.h"
 #include "Tests/Tools/tamselctl/Tamselctl.h"
 
 #include <gmock/gmock.h>
@@ -145,6 +146,17 @@ TEST_F(ExpandVerbs, repair_makesASoundFileKnownAgain)
     EXPECT_EQ(tamselctl({"repair", file.native()}).out, file.native() + ": sound\n");
     EXPECT_EQ(tamselctl({"expand-file", file.native()}).exitCode, 0);
     EXPECT_EQ(tamselctl({"repair", (m_folder / "none").native()}).exitCode, 1);
+}
+
+TEST_F(ExpandVerbs, repair_goesWhereExpandGoes)
+{
+    PrivateMounts mounts;
+    std::filesystem::create_directory(m_folder / "volume");
+    if (!mounts.mountMemory(m_folder / "volume"))
+        GTEST_SKIP() << "this machine gives a test no mounts of its own";
+    const Path file = make("volume/file");
+    ASSERT_EQ(::setxattr(file.c_str(), "user.tamsel.st_flags", "0", 1, 0), 0);
+    EXPECT_EQ(tamselctl({"repair", m_folder.native()}).out, file.native() + ": repaired\n");
 }
 
 TEST_F(ExpandVerbs, attributes_areSetListedGotAndCopied)
