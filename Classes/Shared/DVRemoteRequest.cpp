@@ -38,6 +38,7 @@ void DVRemoteRequest::initWithURLString(const QString &url)
         return;
     }
     m_connection = new HttpTransfer(QUrl(url, QUrl::StrictMode), this);
+    connect(m_connection, &HttpTransfer::heard, &m_silence, qOverload<>(&QTimer::start));
     connect(m_connection, &HttpTransfer::responded, this, &DVRemoteRequest::connectionDidReceiveResponse);
     connect(m_connection, &HttpTransfer::received, this, &DVRemoteRequest::connectionDidReceiveData);
     connect(m_connection, &HttpTransfer::ended, this, &DVRemoteRequest::connectionDidEnd);
@@ -58,13 +59,11 @@ void DVRemoteRequest::setDelegate(DVRemoteRequestDelegate *delegate)
 void DVRemoteRequest::connectionDidReceiveResponse()
 {
     m_receivedData.clear();
-    m_silence.start();
 }
 
 void DVRemoteRequest::connectionDidReceiveData(QByteArrayView data)
 {
     m_receivedData += data;
-    m_silence.start();
     if (m_receivedData.size() > kLongestBody)
         m_connection->refuse();
 }
@@ -89,7 +88,8 @@ void DVRemoteRequest::connectionDidFinishLoading()
 
 void DVRemoteRequest::connectionDidFailWithError(const Error &error)
 {
-    m_connection->disconnect(this);
+    m_connection->disconnect();
+    m_connection->refuse(); // whoever is told may take its time
     if (DVRemoteRequestDelegate *const told = delegate())
         told->remoteRequestError(this, error);
     release();

@@ -4,6 +4,7 @@
 #include <QUrl>
 
 #include <string_view>
+#include <utility>
 
 static constexpr long kMostRedirects = 20;
 
@@ -24,17 +25,24 @@ HttpTransfer::HttpTransfer(const QUrl &url, QObject *parent)
     curl_easy_setopt(m_transfer, CURLOPT_MAXREDIRS, kMostRedirects);
     curl_easy_setopt(m_transfer, CURLOPT_ACCEPT_ENCODING, ""); // whatever can be unpacked
     curl_easy_setopt(m_transfer, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(m_transfer, CURLOPT_QUICK_EXIT, 1L); // do not wait for the thread that looks a name up
     curl_easy_setopt(m_transfer, CURLOPT_ERRORBUFFER, m_message.data());
     curl_easy_setopt(m_transfer, CURLOPT_HEADERFUNCTION, &takeHeader);
     curl_easy_setopt(m_transfer, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(m_transfer, CURLOPT_WRITEFUNCTION, &takeBody);
     curl_easy_setopt(m_transfer, CURLOPT_WRITEDATA, this);
 
+    curl_easy_setopt(m_transfer, CURLOPT_XFERINFOFUNCTION, &watchProgress);
+    curl_easy_setopt(m_transfer, CURLOPT_XFERINFODATA, this);
+    curl_easy_setopt(m_transfer, CURLOPT_NOPROGRESS, 0L);
+
     curl_multi_setopt(m_transfers, CURLMOPT_SOCKETFUNCTION, &watchSocket);
     curl_multi_setopt(m_transfers, CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(m_transfers, CURLMOPT_TIMERFUNCTION, &startTimer);
     curl_multi_setopt(m_transfers, CURLMOPT_TIMERDATA, this);
-    curl_multi_add_handle(m_transfers, m_transfer); // starts the timer, and with it the transfer
+    // Starts the timer, and with it the transfer.
+    if (curl_multi_add_handle(m_transfers, m_transfer) != CURLM_OK)
+        QTimer::singleShot(0, this, [this] { Q_EMIT ended(CURLE_FAILED_INIT, tr("no transfer can be begun")); });
 }
 
 HttpTransfer::~HttpTransfer()
@@ -82,16 +90,27 @@ int HttpTransfer::startTimer(CURLM *, long milliseconds, void *self)
 
 size_t HttpTransfer::takeHeader(char *line, size_t, size_t size, void *self)
 {
+    auto *const transfer = static_cast<HttpTransfer *>(self);
     if (std::string_view(line, size).starts_with("HTTP/")) // the status line
-        Q_EMIT static_cast<HttpTransfer *>(self)->responded();
+        Q_EMIT transfer->responded();
+    Q_EMIT transfer->heard();
     return size;
 }
 
 size_t HttpTransfer::takeBody(char *bytes, size_t, size_t size, void *self)
 {
     auto *const transfer = static_cast<HttpTransfer *>(self);
-    Q_EMIT transfer->received({bytes, qsizetype(size)});
+    if (!transfer->m_isRefused)
+        Q_EMIT transfer->received({bytes, qsizetype(size)});
     return transfer->m_isRefused ? CURL_WRITEFUNC_ERROR : size;
+}
+
+int HttpTransfer::watchProgress(void *self, curl_off_t, curl_off_t packedBytes, curl_off_t, curl_off_t)
+{
+    auto *const transfer = static_cast<HttpTransfer *>(self);
+    if (std::exchange(transfer->m_packedBytes, packedBytes) != packedBytes)
+        Q_EMIT transfer->heard();
+    return 0;
 }
 
 void HttpTransfer::act(curl_socket_t socket, int events)

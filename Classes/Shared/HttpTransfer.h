@@ -13,8 +13,9 @@
 class QSocketNotifier;
 class QUrl;
 
-/// One GET of http or https, redirects followed, on the event loop of its thread. Unlike Qt's own network layer it
-/// always notices that the connection was cut off in the middle of an answer. Deleting it ends the transfer.
+/// One GET of http or https on the event loop of its thread. Follows up to 20 redirects, from https to https only.
+/// Unlike Qt's own network layer it always notices an answer that says how long it is, or comes in chunks, and is cut
+/// off. Deleting it ends the transfer; from one of its own signals, with `deleteLater`.
 class HttpTransfer final : public QObject
 {
     Q_OBJECT
@@ -25,11 +26,12 @@ public:
     HttpTransfer(const HttpTransfer &) = delete;
     HttpTransfer &operator=(const HttpTransfer &) = delete;
 
-    /// To be called by whoever hears of `received`: the answer is taken no further, and `ended` follows with an error.
+    /// Takes no more of the body; where more comes, `ended` follows with an error.
     void refuse() { m_isRefused = true; }
 
 Q_SIGNALS:
-    // Whoever hears of these two neither runs the event loop nor deletes the transfer.
+    // Whoever hears of these three neither runs the event loop nor deletes the transfer.
+    void heard();                           ///< anything came: a line of a header, part of a body
     void responded();                       ///< an answer begins; what came before belongs to another
     void received(QByteArrayView unpacked); ///< the next bytes of its body
 
@@ -44,6 +46,7 @@ private:
     static int startTimer(CURLM *transfers, long milliseconds, void *self);
     static size_t takeHeader(char *line, size_t one, size_t size, void *self);
     static size_t takeBody(char *bytes, size_t one, size_t size, void *self);
+    static int watchProgress(void *self, curl_off_t, curl_off_t packedBytes, curl_off_t, curl_off_t);
     Watch watch(curl_socket_t socket);
     void act(curl_socket_t socket, int events);
 
@@ -52,5 +55,6 @@ private:
     std::map<curl_socket_t, Watch> m_watched;
     QTimer m_timer;
     std::array<char, CURL_ERROR_SIZE> m_message = {};
+    curl_off_t m_packedBytes = 0; ///< of the body in hand
     bool m_isRefused = false;
 };

@@ -1,4 +1,8 @@
 #include "Tests/Classes/Shared/DVRemoteRequestTest.h"
+#include "Tests/Support/EmptyFolder.h"
+
+#include <QProcess>
+#include <QRegularExpression>
 
 #include <curl/curl.h>
 
@@ -103,6 +107,47 @@ TEST_F(DVRemoteRequestTest, packedPageThatIsCutOff_isAnError)
          }),
          listener);
     expectError(listener, CURLE_PARTIAL_FILE);
+}
+
+TEST_F(DVRemoteRequestTest, serverThatFloodsAfterTheTimeOut_isNotListenedTo)
+{
+    std::atomic<bool> mayFlood = false;
+    std::atomic<bool> isRefused = false;
+    Listener slow;
+    slow.told = [&] {
+        mayFlood = true;
+        EXPECT_TRUE(waitFor([&] { return isRefused.load(); }, 60000));
+    };
+    load(serve([&](const HttpConnection &connection) {
+             connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+             while (!mayFlood)
+                 std::this_thread::sleep_for(milliseconds(1));
+             const std::string piece(std::size_t{1} << 20, 'x');
+             while (connection.send(piece)) {
+             }
+             isRefused = true;
+         }),
+         slow, kShort);
+    expectError(slow, CURLE_OPERATION_TIMEDOUT);
+}
+
+TEST_F(DVRemoteRequestTest, serverThatNobodyVouchesFor_isRefused)
+{
+    QProcess server;
+    server.setWorkingDirectory(QString::fromStdString(makeEmptyFolder("certificate").native()));
+    server.start(QStringLiteral("sh"),
+                 {QStringLiteral("-c"),
+                  QStringLiteral("openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=here -addext "
+                                 "subjectAltName=IP:127.0.0.1 -keyout key -out certificate 2> /dev/null && "
+                                 "exec openssl s_server -accept 127.0.0.1:0 -www -key key -cert certificate")});
+    QString said;
+    const QRegularExpression place(QStringLiteral("ACCEPT 127\\.0\\.0\\.1:(\\d+)"));
+    ASSERT_TRUE(waitFor([&] { return (said += QString::fromUtf8(server.readAllStandardOutput())).contains(place); }));
+    const std::string port = place.match(said).captured(1).toStdString();
+    load("https://127.0.0.1:" + port + "/", listener);
+    expectError(listener, CURLE_PEER_FAILED_VERIFICATION);
+    server.kill();
+    server.waitForFinished();
 }
 
 TEST_F(DVRemoteRequestTest, nobodyAtThePort_isAnError)

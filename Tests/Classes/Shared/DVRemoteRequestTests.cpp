@@ -110,6 +110,36 @@ TEST_F(DVRemoteRequestTest, noDelegate_requestGoesAllTheSame)
     EXPECT_EQ(listener.calls, 0);
 }
 
+TEST_F(DVRemoteRequestTest, headersThatDrip_areNoSilence)
+{
+    constexpr milliseconds kTimeOut{4000};
+    const auto start = std::chrono::steady_clock::now();
+    load(serve([&](const HttpConnection &connection) {
+             connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n");
+             for (int line = 0; line < 24 && connection.send("X-Line: " + std::to_string(line) + "\r\n"); ++line)
+                 std::this_thread::sleep_for(kTimeOut / 20);
+             connection.send("\r\nbody");
+         }),
+         listener, kTimeOut);
+    EXPECT_GT(std::chrono::steady_clock::now() - start, kTimeOut);
+    expectBody(listener, "body");
+}
+
+TEST_F(DVRemoteRequestTest, delegateThatGoesWhenItIsTold_isLeftAlone)
+{
+    auto gone = std::make_unique<Listener>();
+    bool wasTold = false;
+    gone->told = [&] {
+        wasTold = true;
+        gone.reset();
+    };
+    const std::string url = serve([](const HttpConnection &connection) { connection.answer("200 OK", "page"); });
+    const QPointer<DVRemoteRequest> request = DVRemoteRequest::forURLString(QString::fromStdString(url));
+    request->setDelegate(gone.get());
+    EXPECT_TRUE(waitFor([&request] { return !request; }));
+    EXPECT_TRUE(wasTold);
+}
+
 TEST_F(DVRemoteRequestTest, severalRequests_areToldApart)
 {
     m_server.emplace(std::map<std::string, LocalHttpServer::Answer>{
