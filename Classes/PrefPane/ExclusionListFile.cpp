@@ -8,6 +8,12 @@
 static constexpr ByteCount kLargestList = 64u << 20;
 static constexpr int kMostAttempts = 100;
 
+static bool holds(const Path &file, const Bytes &content)
+{
+    const Result<Bytes> bytes = FileSystem::current().readFile(file, kLargestList);
+    return bytes && *bytes == content;
+}
+
 ExclusionListFile::ExclusionListFile(Path path)
     : m_path(std::move(path))
 {
@@ -55,7 +61,8 @@ Result<std::optional<Path>> ExclusionListFile::write(const std::vector<std::stri
     if (!bytes)
         return bytes.failure();
     Result<std::optional<Path>> kept = put(*bytes);
-    if (kept)
+    // A failure may have come only once the new list stood.
+    if (kept || holds(m_path, *bytes))
         m_known = std::move(*bytes);
     return kept;
 }
@@ -96,6 +103,5 @@ Path ExclusionListFile::nameForKeeping(const FileStatus &status, int attempt) co
 
 bool ExclusionListFile::isKnown(const Path &file) const
 {
-    const Result<Bytes> bytes = FileSystem::current().readFile(file, kLargestList);
-    return bytes && *bytes == m_known;
+    return m_known && holds(file, *m_known);
 }

@@ -8,15 +8,14 @@
 #include "Classes/Util/PXUtil.h"
 #include "Platform/Bundle.h"
 #include "Platform/DistributedNotificationCenter.h"
-#include "Platform/HostApplication.h"
 
 #include <QFile>
 
 #include <algorithm>
 #include <chrono>
 
-static constexpr std::chrono::milliseconds kWaitForOthers{
-    80}; // on the main thread, which nothing may hold for a tenth of a second
+// On the main thread, which nothing may hold for a tenth of a second.
+static constexpr std::chrono::milliseconds kWaitForOthers{80};
 
 static bool contains(const ExclusionEntries &entries, const QString &text)
 {
@@ -125,7 +124,7 @@ bool PXExclusionsController::save(List &list)
         logLine(std::string(list.saveAlert) + " " + kept.failure().context);
         list.arrayController->setContent(list.entries); // the list keeps the change, and shows it
         AlertSheet::alertWithMessageText("Issue", "OK", {}, {}, list.saveAlert)
-            .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+            .beginSheetModalForWindow(windowForSheets(), {});
         return false;
     }
     announce(list);
@@ -154,8 +153,16 @@ void PXExclusionsController::announce(List &list)
     Q_EMIT(this->*list.changed)();
 }
 
+/// What the user has typed counts before anything is compared with it.
+void PXExclusionsController::endEditing(List &list)
+{
+    if (list.tableView)
+        list.tableView->endEditing();
+}
+
 bool PXExclusionsController::addNewPaths(const QStringList &paths)
 {
+    endEditing(m_paths);
     QStringList added;
     for (const QString &path : paths) {
         if (path != QLatin1String("/") && !contains(m_paths.entries, path))
@@ -166,6 +173,7 @@ bool PXExclusionsController::addNewPaths(const QStringList &paths)
 
 bool PXExclusionsController::addNewExtensions(const QStringList &extensions)
 {
+    endEditing(m_extensions);
     QStringList added;
     for (const QString &extension : extensions) {
         if (!contains(m_extensions.entries, extension) && !added.contains(extension))
@@ -185,8 +193,6 @@ bool PXExclusionsController::append(List &list, QStringList texts)
     });
     if (texts.isEmpty())
         return false;
-    if (list.tableView)
-        list.tableView->endEditing();
     list.arrayController->setFilter({});
     for (const QString &text : texts)
         list.entries.push_back(std::make_shared<QString>(text));
@@ -196,8 +202,7 @@ bool PXExclusionsController::append(List &list, QStringList texts)
 
 void PXExclusionsController::removeExisting(List &list, const QStringList &texts)
 {
-    if (list.tableView)
-        list.tableView->endEditing();
+    endEditing(list);
     if (!texts.isEmpty()) {
         std::erase_if(list.entries, [&](const ExclusionEntry &entry) { return texts.contains(*entry); });
         save(list);

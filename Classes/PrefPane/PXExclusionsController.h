@@ -109,6 +109,7 @@ private:
     bool save(List &list);
     Result<std::optional<Path>> write(List &list);
     void announce(List &list);
+    static void endEditing(List &list);
     bool append(List &list, QStringList texts);
     void removeExisting(List &list, const QStringList &texts);
     void removeSelected(List &list);

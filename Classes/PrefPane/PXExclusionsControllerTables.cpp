@@ -22,7 +22,7 @@ static QStringList textsOf(const ExclusionEntries &entries)
 static void showDuplicatedExtension(const char *informativeText)
 {
     AlertSheet::alertWithMessageText("Duplicated Extension", "OK", {}, {}, informativeText)
-        .beginSheetModalForWindow(HostApplication::current().keyWindow(), {});
+        .beginSheetModalForWindow(windowForSheets(), {});
 }
 
 void PXExclusionsController::addPaths()
@@ -40,8 +40,7 @@ void PXExclusionsController::addPaths()
 
 void PXExclusionsController::removeSelected(List &list)
 {
-    if (list.tableView)
-        list.tableView->endEditing(); // which may rename what is selected
+    endEditing(list); // which may rename what is selected
     if (const ExclusionEntries selected = list.arrayController->selectedObjects(); !selected.empty())
         removeExisting(list, textsOf(selected));
 }

@@ -3,19 +3,11 @@
 
 #include "Classes/Shared/AlertSheet.h"
 #include "Classes/Shared/map.h"
-#include "Platform/HostApplication.h"
 #include "Platform/Utf8.h"
 
 using namespace std::chrono_literals;
 
 static constexpr auto kRequestDelay = 10ms;
-
-/// A drop may come from a program whose window still has the keys.
-static QWidget *sheetWindow()
-{
-    QWidget *const key = HostApplication::current().keyWindow();
-    return key ? key : HostApplication::current().mainWindow();
-}
 
 /// A notification carries text only.
 static bool isUntellable(const std::string &folder)
@@ -64,7 +56,7 @@ void PXHistoryController::processAddFoldersRequest(AddFoldersRequest request)
         "If you disconnect the volume and mount it in an older version of Mac OS or other operating system, compressed "
         "files will not be seen by that OS.\r\r"
         "You can always copy or share compressed files from your Snow Leopard computer.")
-        .beginSheetModalForWindow(sheetWindow(), didEnd);
+        .beginSheetModalForWindow(windowForSheets(), didEnd);
 }
 
 void PXHistoryController::warnAboutRemovedFolders()
@@ -72,7 +64,7 @@ void PXHistoryController::warnAboutRemovedFolders()
     AlertSheet::alertWithMessageText("Filtered out folders", "OK", {}, {},
                                      "Some of the folders you tried to add are located in removable, non-HFS or "
                                      "read-only volumes, and have been removed.")
-        .beginSheetModalForWindow(sheetWindow(), [this](int returnCode) { alertDidEnd(returnCode); });
+        .beginSheetModalForWindow(windowForSheets(), [this](int returnCode) { alertDidEnd(returnCode); });
 }
 
 void PXHistoryController::removeFolders()

@@ -158,9 +158,7 @@ void PXUncompressorController::presentFinishedUncompressionAlert()
     AlertSheet alert = AlertSheet::alertWithMessageText("Finished", "OK", {}, {},
                                                         "Tamsel finished uncompressing all compressed files dragged.");
     alert.setStyle(AlertSheet::Style::Informational);
-    // What the files came from may still have the keys.
-    QWidget *const key = HostApplication::current().keyWindow();
-    alert.beginSheetModalForWindow(key ? key : HostApplication::current().mainWindow(), {});
+    alert.beginSheetModalForWindow(windowForSheets(), {});
 }
 
 /// The safe answer is the default one, and the one that is given when the sheet goes with its window.

@@ -4,7 +4,6 @@
 #include "Classes/Shared/Log.h"
 #include "Platform/DistributedNotificationCenter.h"
 #include "Platform/FileSystem.h"
-#include "Platform/HostApplication.h"
 #include "Platform/Workspace.h"
 
 static constexpr std::uint32_t kExpectedPermissions = 0755;
@@ -41,10 +40,8 @@ void TamselPref::warnOnWrongHelperPermissions()
     static bool s_hasWarned = false;
     if (std::exchange(s_hasWarned, true))
         return;
-    // A host that has only begun to show its window has no key window yet.
-    QWidget *const key = HostApplication::current().keyWindow();
     AlertSheet::alertWithMessageText("Permissions Issue", "OK", {}, {},
                                      "Tamsel Helper application has the wrong permissions, and will probably not run. "
                                      "Please reinstall Tamsel or change the permissions manually, or contact support.")
-        .beginSheetModalForWindow(key ? key : HostApplication::current().mainWindow(), {});
+        .beginSheetModalForWindow(windowForSheets(), {});
 }

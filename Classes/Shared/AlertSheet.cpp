@@ -8,6 +8,12 @@
 
 #include <map>
 
+QWidget *windowForSheets()
+{
+    QWidget *const key = HostApplication::current().keyWindow();
+    return key ? key : HostApplication::current().mainWindow();
+}
+
 AlertSheet AlertSheet::alertWithMessageText(std::string message, std::string defaultButton, std::string alternateButton,
                                             std::string otherButton, std::string informativeText)
 {

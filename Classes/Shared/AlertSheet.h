@@ -6,6 +6,10 @@
 class QDialog;
 class QWidget;
 
+/// Where a sheet belongs: on the key window, or on the panel's where another program has the keys; nullptr when there
+/// is none yet. Main thread.
+QWidget *windowForSheets();
+
 /// An alert with up to three buttons that is shown as a sheet and reports its end to a block. A value; what it shows
 /// was taken over when the sheet began. Main thread.
 class AlertSheet final

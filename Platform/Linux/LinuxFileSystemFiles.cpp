@@ -102,7 +102,15 @@ Result<void> LinuxFileSystem::replaceFileKeepingOld(const Path &path, ByteView c
     // The volume cannot exchange them. What is put there after the copy was made is lost.
     const Result<Bytes> copy = readFile(path, kLargestCopy);
     const Result<void> copied = copy ? createFile(kept, *copy, old->st_mode & 0777) : Result<void>(copy.failure());
-    return copied ? replaceFile(path, content, 0600) : copied;
+    if (!copied)
+        return copied;
+    Result<void> replacedAfterAll = replaceFile(path, content, 0600);
+    if (!replacedAfterAll) {
+        const Result<Bytes> now = readFile(path, kLargestCopy);
+        if (now && *now == *copy)
+            (void)removeFile(kept); // a copy of what is still there
+    }
+    return replacedAfterAll;
 }
 
 Result<void> LinuxFileSystem::createFile(const Path &path, ByteView content, std::uint32_t mode)

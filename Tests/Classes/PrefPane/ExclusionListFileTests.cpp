@@ -1,6 +1,5 @@
 #include "Classes/PrefPane/ExclusionListFile.h"
 
-#include "Platform/Fake/FakeFileSystem.h"
 #include "Platform/PropertyList.h"
 #include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
@@ -226,31 +225,4 @@ TEST_F(ExclusionListFileTest, write_toALink_isRefused)
     fs::create_symlink(folder / "target", place);
     EXPECT_FALSE(file.write({"b"}));
     EXPECT_EQ(contentOf(folder / "target"), listText("<string>a</string>"));
-}
-
-TEST(ExclusionListFileFaults, write_anyCallFails_oldListStandsAndTheOthersFileIsNowhereLost)
-{
-    const std::string old = listText("<string>of somebody else</string>");
-    for (int failing = 0;; ++failing) {
-        FakeFileSystem files;
-        const Override<FileSystem> installed(files);
-        files.addFolder("/f");
-        files.addFile("/f/list.plist", bytesOf(old));
-        ExclusionListFile file("/f/list.plist");
-        files.failCall(failing, ErrorCode::NoSpace);
-        const bool isWritten = bool(file.write({"new"}));
-        const int calls = files.calls();
-        files.failCall(-1, ErrorCode::NoSpace);
-        bool isThere = false;
-        const auto names = files.entries("/f");
-        for (const std::string &name : *names)
-            isThere = isThere || stringOf(*files.readFile(Path("/f") / name, 10000)) == old;
-        ASSERT_TRUE(isThere) << "lost when call " << failing << " failed";
-        ASSERT_EQ(stringOf(*files.readFile("/f/list.plist", 10000)) == old, !isWritten) << failing;
-        if (failing >= calls) {
-            EXPECT_TRUE(isWritten);
-            EXPECT_GE(calls, 3);
-            break;
-        }
-    }
 }

@@ -21,6 +21,16 @@ TEST_F(PXExclusionsControllerTest, edit_leadingDotsAndSpaces_areTakenAway)
     EXPECT_THAT(storedExtensions(), ElementsAre("JpG")) << "case is kept";
 }
 
+TEST_F(PXExclusionsControllerTest, addWhileTheSameIsTyped_isNoSecondOne)
+{
+    storeExtensions({"a"});
+    load();
+    edit("a");
+    QTest::keyClicks(editor(), QStringLiteral("jpg"));
+    controller->addNewExtensions({QStringLiteral("jpg"), QStringLiteral("png")});
+    EXPECT_THAT(storedExtensions(), ElementsAre("jpg", "png"));
+}
+
 TEST_F(PXExclusionsControllerTest, edit_keepsTheEntryThatItIs)
 {
     storeExtensions({"a", "b"});

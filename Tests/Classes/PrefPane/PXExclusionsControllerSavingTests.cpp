@@ -49,6 +49,22 @@ private:
 
 } // namespace
 
+TEST_F(PXExclusionsControllerTest, alerts_whileAnotherProgramHasTheKeys_areOnThePanel)
+{
+    storeExtensions({"a"});
+    load();
+    host.setKeyWindow(nullptr);
+    host.setMainWindow(&window);
+    controller->addExtensions();
+    controller->addExtensions();
+    EXPECT_EQ(takeAlert().substr(0, 20), "Duplicated Extension");
+    fs::remove_all(support);
+    writeFile(support, "a file in the way");
+    drop(paths, {"/somewhere"});
+    EXPECT_EQ(takeAlert(), "Issue|Tamsel was unable to store the excluded paths.|OK");
+    fs::remove(support);
+}
+
 TEST_F(PXExclusionsControllerTest, save_overAFileOfSomebodyElse_keepsThatBeside)
 {
     storePaths({"/mine"});
