@@ -1,10 +1,14 @@
 #include "Classes/PrefPane/traverse_using_objc_filter.h"
 
 #include "Platform/Fake/FakeFileSystem.h"
+#include "Tests/Support/EmptyFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
+#include <set>
+#include <thread>
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -121,4 +125,42 @@ TEST_F(TraversalTest, whatCannotBeRead_isToldAndPassedOver)
     for (const char *const path : {"/none", "/elsewhere"})
         traverse_using_objc_filter(path, nullptr, {}, {}, note);
     EXPECT_THAT(unreadable, ElementsAre("/top/folder", "/none", "/elsewhere"));
+}
+
+TEST(TraversalOfFiles, whatIsAccepted_isCollectedAsItReallyIsAndNotEntered)
+{
+    const Path folder = makeEmptyFolder("traversal");
+    std::filesystem::create_directories(folder / "real/folder/below");
+    std::ofstream(folder / "real/file").close();
+    std::filesystem::create_directory_symlink("real", folder / "link");
+    CollectedPaths collected;
+    std::vector<std::string> asked;
+    const TraversalFilter filter = [&](const WalkEntry &entry) {
+        asked.push_back(entry.path.filename());
+        return entry.path.filename() == "." ? 0u : kPathAccepted;
+    };
+    traverse_using_objc_filter(folder / "link/.", &collected, filter);
+    EXPECT_THAT(collected.paths,
+                UnorderedElementsAre((folder / "real/folder").native(), (folder / "real/file").native()));
+    EXPECT_THAT(asked, UnorderedElementsAre(".", "folder", "file")) << "an accepted folder is not entered";
+}
+
+TEST(TraversalOfFiles, severalWalks_collectIntoOneList)
+{
+    const Path folder = makeEmptyFolder("traversal");
+    constexpr std::size_t kWalks = 4, kFiles = 200;
+    for (std::size_t number = 0; number < kFiles; ++number)
+        std::ofstream(folder / std::to_string(number)).close();
+    CollectedPaths collected;
+    {
+        std::vector<std::jthread> walks;
+        for (std::size_t walk = 0; walk < kWalks; ++walk)
+            walks.emplace_back([&] {
+                traverse_using_objc_filter(folder, &collected, [](const WalkEntry &entry) {
+                    return entry.status.type == FileType::Regular ? kPathAccepted : 0u;
+                });
+            });
+    }
+    EXPECT_EQ(collected.paths.size(), kWalks * kFiles);
+    EXPECT_EQ(std::set(collected.paths.begin(), collected.paths.end()).size(), kFiles);
 }
