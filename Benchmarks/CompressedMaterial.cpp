@@ -78,11 +78,18 @@ CompressedMaterial::Subject::Subject(Path file, ByteView content)
     require(bool(stream.flush()), m_file);
 }
 
+bool CompressedMaterial::Subject::isWhole() const
+{
+    std::error_code failure;
+    return std::filesystem::file_size(m_file, failure) == m_size;
+}
+
 void CompressedMaterial::Subject::restore() const
 {
     std::error_code failure;
     std::filesystem::remove(m_file, failure);
     std::filesystem::remove(companionOf(m_file), failure);
+    std::filesystem::remove(m_file.native() + ".out", failure); // which a walk would meet, too
     std::filesystem::create_hard_link(kept(), companionOf(m_file));
     std::ofstream(m_file).close();
     const HFSPlusDecmpfs header{kDecmpfsMagic, kResourceForkCompression, m_size};

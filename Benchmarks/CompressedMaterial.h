@@ -18,7 +18,10 @@ public:
 
     const Path &file() const { return m_file; }
 
-    /// Makes the file compressed again, whatever stands there.
+    /// Whether the file stands there with as many bytes as it had.
+    bool isWhole() const;
+
+    /// Makes the file compressed again, whatever stands there, and takes away what was made beside it.
     void restore() const;
 
     /// Inflates the blocks into a new file, and syncs it: what every expansion has to do, and nothing else.

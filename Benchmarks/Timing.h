@@ -11,10 +11,19 @@
 class Timing final
 {
 public:
-    /// `prepare` runs before each measurement and is not measured.
-    void add(std::string name, std::function<void()> run, std::function<void()> prepare = {})
+    /// `prepare` runs before each measurement and `check` after it; neither is measured.
+    void add(std::string name, std::function<void()> run, std::function<void()> prepare = {},
+             std::function<void()> check = {})
     {
-        m_ways.push_back({std::move(name), std::move(run), std::move(prepare), {}});
+        m_ways.push_back({std::move(name), std::move(run), std::move(prepare), std::move(check), {}});
+    }
+
+    /// Goes every way once without measuring it, so that the caches are as warm for the first as for the last.
+    void warmUp()
+    {
+        measure(1);
+        for (Way &way : m_ways)
+            way.seconds.clear();
     }
 
     void measure(int rounds)
@@ -26,6 +35,8 @@ public:
                 const auto start = std::chrono::steady_clock::now();
                 way.run();
                 way.seconds.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+                if (way.check)
+                    way.check();
             }
         }
     }
@@ -48,6 +59,7 @@ private:
         std::string name;
         std::function<void()> run;
         std::function<void()> prepare;
+        std::function<void()> check;
         std::vector<double> seconds;
     };
 

@@ -38,7 +38,7 @@ int main(int argc, char **argv)
     timing.add("find -type f -size +4095c", [&] {
         isFindThere = std::system(("find " + folder + " -type f -size +4095c").c_str()) == 0 && isFindThere;
     });
-    timing.measure(1); // for the caches
+    timing.warmUp();
     timing.measure(rounds);
     timing.print(std::to_string(files) + " small files" + (isFindThere ? "" : " (find failed)"));
     std::filesystem::remove_all(folder);
