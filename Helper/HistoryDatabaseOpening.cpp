@@ -13,6 +13,11 @@ Result<std::unique_ptr<HistoryDatabase>> HistoryDatabase::open(const Path &store
 {
     if (const Result<void> made = HistorySeed::makeStore(store, seed); !made)
         return made.failure();
+    const auto cleared = HistorySeed::clearCompanions(store);
+    if (!cleared)
+        return cleared.failure();
+    if (*cleared)
+        logLine("What was no file is kept as " + (*cleared)->native());
     Result<std::unique_ptr<HistoryDatabase>> database = openWhole(store, model);
     if (database || database.failure().code != ErrorCode::Corrupt)
         return database;

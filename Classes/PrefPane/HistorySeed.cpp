@@ -172,4 +172,25 @@ Result<Path> replaceStore(const Path &store, const Path &seed)
     return *aside;
 }
 
+Result<std::optional<Path>> clearCompanions(const Path &store)
+{
+    Companions odd;
+    for (const char *companion : kCompanions) {
+        const Result<FileStatus> status = FileSystem::current().status(withSuffix(store, companion), Links::Follow);
+        if (status && status->type != FileType::Regular)
+            odd.push_back(companion);
+    }
+    if (odd.empty())
+        return std::optional<Path>();
+    const Result<std::unique_ptr<FileLock>> lock = lockBeside(store, kWaitToReplace);
+    if (!lock)
+        return lock.failure();
+    const Result<Path> aside = nameForSettingAside(store);
+    if (!aside)
+        return aside.failure();
+    if (const Result<void> moved = moveCompanions(odd, store, *aside); !moved)
+        return moved.failure();
+    return std::optional(withSuffix(*aside, odd.front()));
+}
+
 } // namespace HistorySeed

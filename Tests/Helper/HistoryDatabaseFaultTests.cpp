@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 namespace fs = std::filesystem;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::IsEmpty;
@@ -140,10 +141,32 @@ TEST_F(HistoryDatabaseFaultTest, open_pipeInItsPlace_isSetAsideAndNotWaitedFor)
     }
 }
 
+TEST_F(HistoryDatabaseFaultTest, open_noFileInACompanionsPlace_isSetAsideAndTheStoreStays)
+{
+    ASSERT_TRUE((*open())->addFolder("/recorded", {}));
+    for (const char *const suffix : {"-journal", "-wal", "-shm"}) {
+        const Path companion = m_store.native() + suffix;
+        for (const bool isFolder : {true, false}) {
+            if (isFolder)
+                fs::create_directories(companion / "below");
+            else
+                ASSERT_EQ(::mkfifo(companion.c_str(), 0600), 0);
+            const std::size_t before = setAside().size();
+            const Result<std::unique_ptr<HistoryDatabase>> database = open();
+            ASSERT_TRUE(database) << suffix << ": " << database.failure().context;
+            EXPECT_THAT(*(*database)->folders(), SizeIs(1));
+            EXPECT_TRUE((*database)->setProgress(1, 1, 1));
+            ASSERT_EQ(setAside().size(), before + 1) << suffix;
+            EXPECT_THAT(setAside(), Contains(EndsWith(suffix)));
+        }
+    }
+}
+
 TEST_F(HistoryDatabaseFaultTest, open_viewOrTrigger_isSetAsideAndNotRun)
 {
-    const char *const kEndless = "CREATE VIEW ENDLESS AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) "
-                                 "SELECT x FROM n";
+    const char *const kEndless =
+        "CREATE VIEW ENDLESS AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) "
+        "SELECT x FROM n";
     const char *const kTrigger = "CREATE TRIGGER T AFTER UPDATE ON ZHISTORY BEGIN DELETE FROM ZHISTORY; END";
     for (const char *const statement : {kEndless, kTrigger}) {
         ASSERT_TRUE(open());
