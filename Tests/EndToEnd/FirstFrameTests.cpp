@@ -45,14 +45,18 @@ protected:
         return list ? truthOf(list->find("active")) : std::nullopt;
     }
 
-    void expectUsable()
+    void showPane()
     {
         host.showOn(display.name());
         host.start();
         ASSERT_TRUE(waitFor([&] { return host.firstFrameOfPane().has_value(); }, 60000));
         std::cout << "first frame after " << host.firstFrame()->count() << " ms, the pane's after "
                   << host.firstFrameOfPane()->count() << " ms" << std::endl;
+    }
 
+    void expectUsable()
+    {
+        ASSERT_NO_FATAL_FAILURE(showPane());
         ASSERT_TRUE(display.activate("Tamsel"));
         ASSERT_EQ(isActive(), true);
         const auto pressed = steady_clock::now();
@@ -98,12 +102,35 @@ TEST_F(FirstFrame, busThatNeverAnswers)
 TEST_F(FirstFrame, busThatAnswersLate)
 {
     bus.freeze();
-    host.showOn(display.name());
-    host.start();
-    ASSERT_TRUE(waitFor([&] { return host.firstFrameOfPane().has_value(); }, 60000));
+    ASSERT_NO_FATAL_FAILURE(showPane());
     bus.thaw();
     for (const char *const program : {"com.dovrane.Preferences", "com.dovrane.TamselHelper"})
         EXPECT_TRUE(waitFor([&] { return Workspace::current().isRunning(program); }, 60000)) << program;
+}
+
+TEST_F(FirstFrame, busThatDiesUnderARunningHostAndComesBack)
+{
+    const auto isFound = [](const char *program) {
+        return waitFor([&] { return Workspace::current().isRunning(program); }, 60000);
+    };
+    HelperProcess helper; // its log tells what it hears
+    ASSERT_TRUE(helper.waitUntilFound());
+    ASSERT_NO_FATAL_FAILURE(showPane());
+    ASSERT_TRUE(isFound("com.dovrane.Preferences"));
+    ASSERT_TRUE(waitFor([&] { return helper.log().find("Compressing: on") != std::string::npos; }, 60000));
+    bus.kill();
+    ASSERT_TRUE(display.activate("Tamsel"));
+    ASSERT_TRUE(display.click("Tamsel", kSwitch));
+    EXPECT_TRUE(waitFor([] { return isActive() == false; }, 60000)) << "the switch does not answer";
+    bus.start();
+    ASSERT_TRUE(isFound("com.dovrane.Preferences") && isFound("com.dovrane.TamselHelper"));
+    EXPECT_TRUE(waitFor([&] { return helper.log().find("Compressing: off") != std::string::npos; }, 60000))
+        << "what was posted meanwhile is read when the bus is back";
+    ASSERT_TRUE(display.click("Tamsel", kSwitch));
+    EXPECT_TRUE(waitFor([] { return isActive() == true; }, 60000)) << "the switch does not answer any more";
+    const auto isHeard = [&] { return helper.log().rfind("Compressing: on") > helper.log().find("Compressing: off"); };
+    EXPECT_TRUE(waitFor(isHeard, 60000)) << "the helper does not hear of it";
+    EXPECT_EQ(host.end(), 0);
 }
 
 TEST_F(FirstFrame, helperThatHangs)
