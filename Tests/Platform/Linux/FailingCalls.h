@@ -1,7 +1,8 @@
 #pragma once
 
-/// Makes the n-th of the system calls that write fail: write, fsync, renameat, renameat2, fchmod, fchown, futimens and
-/// lsetxattr of the whole program. Linking it in is enough. One thread.
+/// Makes the n-th of the system calls fail by which the calling thread changes anything on the disk: making, opening to
+/// write, writing, cutting, syncing, closing what was written, moving, linking, removing, locking, and setting what is
+/// known of a file; those of the libraries too. Linking it in is enough.
 namespace FailingCalls {
 
 /// From now on the call with that number, counted from 0, fails with `systemError`.
