@@ -1,5 +1,7 @@
 #include "Host/PaneCatalog.h"
 
+#include "Platform/Bundle.h"
+#include "Tests/Support/Damage.h"
 #include "Tests/Support/Panes/TestPanes.h"
 #include "Tests/Support/PrivateHome.h"
 
@@ -73,6 +75,27 @@ TEST_F(PaneCatalogTest, findPanes_damagedBundles_areListedByTheirFileNames)
     std::ofstream(mine / "File.prefPane") << "not even a folder";
     EXPECT_THAT(names(findPanes({mine})), ElementsAre("Broken", "Empty", "File"));
 }
+
+class DamagedInformation : public PaneCatalogTest, public ::testing::WithParamInterface<Damage>
+{
+};
+
+TEST_P(DamagedInformation, findPanes_listsTheBundleByItsFileNameAndTheOthers)
+{
+    makeTestPane(mine, "Sound", "com.s");
+    const Path information = makeTestPane(mine, "Damaged", "com.d") / "Contents/Info.plist";
+    GetParam().apply(information);
+    const Precious precious(information);
+    EXPECT_FALSE(Bundles::current().open(mine / "Damaged.prefPane"));
+    const std::vector<PaneListing> panes = findPanes({mine});
+    EXPECT_THAT(names(panes), ElementsAre("Damaged", "Sound"));
+    EXPECT_EQ(findPane("com.d", panes), std::nullopt);
+    EXPECT_TRUE(findPane("com.s", panes));
+    EXPECT_TRUE(precious.isThere());
+}
+
+INSTANTIATE_TEST_SUITE_P(, DamagedInformation, ::testing::ValuesIn(Damages::kAll),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST_F(PaneCatalogTest, describePane_labelAndIcon_areTakenFromInfoPlist)
 {

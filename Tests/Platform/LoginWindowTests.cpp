@@ -3,6 +3,7 @@
 #include "Platform/Fake/FakeFileSystem.h"
 #include "Platform/Fake/FakeLoginWindow.h"
 #include "Platform/Linux/LinuxLoginWindow.h"
+#include "Tests/Support/Damage.h"
 #include "Tests/Support/PrivateHome.h"
 
 #include <gmock/gmock.h>
@@ -15,6 +16,7 @@
 
 namespace fs = std::filesystem;
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -231,6 +233,39 @@ TEST_F(LinuxLoginWindowTest, copyItems_whatIsNoEntry_isPassedOver)
     ASSERT_TRUE(m_service.storeItems(before));
     EXPECT_EQ(std::distance(fs::directory_iterator(m_folder), {}), count);
 }
+
+class DamagedEntry : public LinuxLoginWindowTest, public ::testing::WithParamInterface<Damage>
+{
+};
+
+TEST_P(DamagedEntry, ofAnother_isPassedOverAndLeft)
+{
+    write(m_folder / "good.desktop", otherEntry("/usr/bin/good"));
+    const Path damaged = m_folder / "damaged.desktop";
+    write(damaged, otherEntry("/usr/bin/damaged"));
+    GetParam().apply(damaged);
+    const Precious precious(damaged);
+    EXPECT_THAT(pathsOf(items()), ElementsAre("/usr/bin/good"));
+    add("/x/TamselHelper.app");
+    EXPECT_THAT(pathsOf(items()), ElementsAre("/usr/bin/good", "/x/TamselHelper.app"));
+    ASSERT_TRUE(m_service.storeItems({}));
+    EXPECT_TRUE(precious.isThere());
+}
+
+TEST_P(DamagedEntry, ofOurs_anotherTakesItsPlaceOrItIsLeft)
+{
+    ASSERT_TRUE(m_service.makeList());
+    add("/x/TamselHelper.app");
+    GetParam().apply(ours());
+    const bool isFile = fs::is_regular_file(fs::symlink_status(ours()));
+    const Precious precious(ours());
+    add("/x/TamselHelper.app", {2});
+    EXPECT_THAT(pathsOf(items()), Contains("/x/TamselHelper.app"));
+    EXPECT_TRUE(isFile || precious.isThere()) << "a file of this name may be ours, anything else is not";
+}
+
+INSTANTIATE_TEST_SUITE_P(, DamagedEntry, ::testing::ValuesIn(Damages::kAll),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST_F(LinuxLoginWindowTest, copyItems_switchedOff_isNotInTheListAndAddingReplacesIt)
 {

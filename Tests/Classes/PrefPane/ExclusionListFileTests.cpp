@@ -1,6 +1,7 @@
 #include "Classes/PrefPane/ExclusionListFile.h"
 
 #include "Platform/PropertyList.h"
+#include "Tests/Support/Damage.h"
 #include "Tests/Support/EmptyFolder.h"
 #include "Tests/Support/FileContent.h"
 
@@ -154,6 +155,32 @@ TEST_F(ExclusionListFileTest, write_overWhatCouldNotBeRead_keepsIt)
     ASSERT_TRUE(file.read());
     EXPECT_TRUE(*file.write({"b"})) << "the number would be lost";
 }
+
+class DamagedList : public ExclusionListFileTest, public ::testing::WithParamInterface<Damage>
+{
+};
+
+TEST_P(DamagedList, write_keepsWhatIsThere)
+{
+    for (const bool isReadBefore : {true, false}) {
+        fs::remove_all(folder);
+        fs::create_directory(folder);
+        ExclusionListFile fresh(place);
+        ASSERT_TRUE(fresh.write({"/precious"}));
+        GetParam().apply(place);
+        const Precious precious(place);
+        if (isReadBefore)
+            static_cast<void>(fresh.read());
+        const auto written = fresh.write({"b"});
+        EXPECT_TRUE(precious.isThere());
+        if (written) {
+            EXPECT_THAT(stored(), ElementsAre("b"));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, DamagedList, ::testing::ValuesIn(Damages::kAll),
+                         [](const auto &each) { return std::string(each.param.name); });
 
 TEST_F(ExclusionListFileTest, write_overOneThatIsTooLarge_keepsIt)
 {

@@ -2,6 +2,7 @@
 
 #include "Platform/FileSystem.h"
 #include "Platform/PropertyList.h"
+#include "Tests/Support/Damage.h"
 #include "Tests/Support/FileContent.h"
 #include "Tests/Support/PlainMatching.h"
 #include "Tests/Support/PrivateHome.h"
@@ -324,3 +325,24 @@ TEST_F(ExclusionRuleSetTest, applicationsFile_hundredThousandRealPaths_answersAs
     EXPECT_LT(excluded, count);
     RecordProperty("paths", count);
 }
+
+class DamagedRules : public ExclusionRuleSetTest, public ::testing::WithParamInterface<Damage>
+{
+};
+
+TEST_P(DamagedRules, addRulesOf_addsNoneAndMatchesOn)
+{
+    rules.addRuleForPathPrefix("/before/");
+    writeFile(file, "<plist version=\"1.0\"><array><dict><key>RuleType</key><string>Exclude</string>"
+                    "<key>PathContainsString</key><string>x</string></dict></array></plist>");
+    GetParam().apply(file);
+    const Precious precious(file);
+    EXPECT_EQ(rules.addRulesOf(file).valueOr(0), 0u);
+    rules.loadRulesAt(file);
+    EXPECT_TRUE(rules.mustExcludePath("/before/a"));
+    EXPECT_FALSE(rules.mustExcludePath("/x"));
+    EXPECT_TRUE(precious.isThere());
+}
+
+INSTANTIATE_TEST_SUITE_P(, DamagedRules, ::testing::ValuesIn(Damages::kAll),
+                         [](const auto &each) { return std::string(each.param.name); });

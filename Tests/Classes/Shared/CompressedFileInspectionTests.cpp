@@ -89,6 +89,20 @@ TEST_F(CompressedFileInspectionTest, header_damagedOrOfAnotherType_isTrouble)
     EXPECT_THAT(inspect().trouble, HasSubstr("header"));
 }
 
+TEST_F(CompressedFileInspectionTest, header_cutAnywhere_isTrouble)
+{
+    const Bytes whole = CompressedSample::decmpfs(kSize);
+    ASSERT_EQ(whole.size(), 16u);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        set(ByteView(whole).first(length));
+        const CompressedFileInspection found = inspect();
+        EXPECT_FALSE(found.isSound()) << length;
+        EXPECT_NE(found.trouble, "") << length;
+    }
+    set(whole);
+    EXPECT_TRUE(inspect().isSound());
+}
+
 TEST_F(CompressedFileInspectionTest, sizeOtherThanTheBlocks_isTrouble)
 {
     set(CompressedSample::decmpfs(kSize + 1));

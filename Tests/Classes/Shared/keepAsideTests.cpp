@@ -27,6 +27,24 @@ TEST(keepAside, severalInOneSecond_getNamesOfTheirOwn)
     EXPECT_EQ(names.size(), 20u);
 }
 
+TEST(keepAside, anyCallFails_theFileIsThereUnderOneOfTheNames)
+{
+    bool isDone = false;
+    for (int failing = 0; !isDone; ++failing) {
+        FakeFileSystem files;
+        const Override<FileSystem> override(files);
+        ASSERT_TRUE(files.createFile("/file.plist", bytesOf("precious"), 0600));
+        files.failCall(failing, ErrorCode::NoSpace);
+        const Result<Path> aside = keepAside("/file.plist");
+        files.failCall(-1, ErrorCode::Io);
+        isDone = bool(aside);
+        const Result<Bytes> content = files.readFile(aside ? *aside : Path("/file.plist"), 100);
+        ASSERT_TRUE(content) << "lost when call " << failing << " failed";
+        EXPECT_EQ(*content, bytesOf("precious"));
+        EXPECT_TRUE(failing > 0 || !isDone) << "nothing was made to fail";
+    }
+}
+
 TEST(keepAside, noFile_isNotFound)
 {
     FakeFileSystem files;

@@ -10,6 +10,8 @@
 
 #include <fcntl.h>
 #include <fstream>
+
+#include <sys/stat.h>
 #include <sys/xattr.h>
 
 using ::testing::ElementsAre;
@@ -147,6 +149,24 @@ TEST_F(LinuxFileSystemTest, companion_thatIsALinkAFolderOrAnothers_doesNotCount)
         ASSERT_EQ(::chown(m_file.c_str(), 12345, 12345), 0);
     }
     EXPECT_EQ(forkContent(), "of another user") << "one owner for both";
+}
+
+TEST_F(LinuxFileSystemTest, companion_thatIsAPipe_isNotWaitedFor)
+{
+    makeEmpty();
+    ASSERT_EQ(::mkfifo(m_companion.c_str(), 0600), 0);
+    EXPECT_EQ(forkContent(), "none");
+    std::filesystem::remove(m_companion);
+    std::filesystem::create_symlink("/dev/zero", m_companion);
+    EXPECT_EQ(forkContent(), "none");
+}
+
+TEST_F(LinuxFileSystemTest, companion_ofManyGigabytes_isReadWithinItsEntries)
+{
+    makeEmpty();
+    makeCompanion("fork");
+    std::filesystem::resize_file(m_companion, std::uintmax_t(4) << 30);
+    EXPECT_EQ(forkContent(), "fork");
 }
 
 TEST_F(LinuxFileSystemTest, companion_damaged_makesTheForkUnreadable)
