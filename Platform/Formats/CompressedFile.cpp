@@ -46,8 +46,6 @@ Result<CompressedFork> readCompressedFork(const ReadableFork &fork)
     head.mapOffset = __builtin_bswap32(head.mapOffset);
     head.dataLength = __builtin_bswap32(head.dataLength);
     head.mapLength = __builtin_bswap32(head.mapLength);
-    if (head.dataOffset < sizeof answer.head)
-        return corrupt("the fork's data begins inside its head");
     const Result<bool> hasBlockHead = readStructure(fork, head.dataOffset, answer.blockHead);
     if (!hasBlockHead)
         return hasBlockHead.failure();

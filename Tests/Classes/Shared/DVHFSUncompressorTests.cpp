@@ -147,3 +147,15 @@ TEST_F(DVHFSUncompressorTest, hugeCounts_areRefusedAtOnce)
         EXPECT_THAT(scratchFiles(), IsEmpty());
     }
 }
+
+TEST_F(DVHFSUncompressorTest, dataThatBeginsInTheHead_isReadFromThere)
+{
+    Bytes fork = ForkParts::fork({});
+    fork.at(2) = 0;
+    fork.at(3) = 8;                    // big-endian, 256 before
+    ForkParts::putLittle(fork, 12, 0); // the number of blocks there
+    makeWithFork(fork, 0);
+    EXPECT_TRUE(expand());
+    EXPECT_EQ(contentOf(m_file), Bytes());
+    EXPECT_FALSE(HFSCompression::isFileUFCompressed(m_file));
+}

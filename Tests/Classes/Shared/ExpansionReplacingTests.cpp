@@ -2,6 +2,7 @@
 
 #include "Classes/PrefPane/PXPathUncompressor.h"
 #include "Classes/Shared/TemporaryFiles.h"
+#include "Tests/Support/PrivateMounts.h"
 
 #include <filesystem>
 
@@ -132,4 +133,22 @@ TEST_F(ExpansionReplacing, folderMovedAwayMeanwhile_anotherFilesCompanionStays)
     EXPECT_EQ(contentOf(companionOf(m_file)), companion);
     EXPECT_EQ(contentOf(moved / "file"), m_content);
     std::filesystem::remove_all(moved);
+}
+
+TEST_F(ExpansionReplacing, fileOfALowerVolume_isExpandedIntoTheUpperOne)
+{
+    PrivateMounts mounts;
+    const Path lower = m_folder / "lower", upper = m_folder / "upper", work = m_folder / "work", all = m_folder / "all";
+    for (const Path &folder : {lower, upper, work, all})
+        std::filesystem::create_directory(folder);
+    if (!mounts.mountMemory(lower))
+        GTEST_SKIP() << "this machine gives a test no mounts of its own";
+    CompressedSample::make(lower / "file", m_content);
+    if (!mounts.mountOverlay(lower, upper, work, all))
+        GTEST_SKIP() << "this machine lays no volume over another";
+    EXPECT_TRUE(expand(all / "file")) << m_outcome.reason; // clearing the flag alone makes it another file
+    EXPECT_EQ(contentOf(all / "file"), m_content);
+    EXPECT_FALSE(HFSCompression::isFileUFCompressed(all / "file"));
+    EXPECT_THAT(names(all), ElementsAre("file"));
+    EXPECT_EQ(contentOf(lower / "file"), Bytes());
 }

@@ -99,7 +99,12 @@ TEST_F(ExpandVerbs, expandFile_toAnotherPlace_leavesTheFileCompressed)
 {
     const Path file = make("file");
     const Path other = m_folder / "other";
-    EXPECT_EQ(tamselctl({"expand-file", "--to", other.native(), file.native()}).exitCode, 0);
+    const Ended ended = tamselctl({"expand-file", "--json", "--to", other.native(), file.native()});
+    EXPECT_EQ(ended.exitCode, 0);
+    const std::vector<QVariantMap> lines = jsonLines(ended.out);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].value(QStringLiteral("ok")), true);
+    EXPECT_EQ(lines[0].value(QStringLiteral("bytes")).toInt(), 5000);
     EXPECT_EQ(contentOf(other), content());
     EXPECT_EQ(contentOf(file), "");
     EXPECT_EQ(tamselctl({"expand-file", file.native()}).exitCode, 0);
