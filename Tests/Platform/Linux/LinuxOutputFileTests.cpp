@@ -1,59 +1,16 @@
-#include "Platform/Formats/AppleDouble.h"
-#include "Platform/Formats/CompressedFile.h"
-#include "Platform/Linux/LinuxFileSystem.h"
-#include "Tests/Support/CompressedSample.h"
-#include "Tests/Support/PrivateHome.h"
+#include "Tests/Platform/Linux/LinuxOutputFileFixture.h"
 
-#include <gmock/gmock.h>
+#include "Tests/Support/CompressedSample.h"
 
 #include <fcntl.h>
-#include <fstream>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
 
 using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
 
-/// What a replaced file keeps on Linux, and what becomes of its companion.
-class LinuxOutputFileTest : public ::testing::Test
-{
-protected:
-    static void write(const Path &path, ByteView content)
-    {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << stringOf(content);
-    }
-    void makeCompanion(const std::string &fork, const AppleDoubleContent &content = {})
-    {
-        Bytes bytes = *appleDoubleHead(content, fork.size());
-        bytes.insert(bytes.end(), fork.begin(), fork.end());
-        write(m_companion, bytes);
-    }
-    std::vector<std::string> names() const { return *m_files.entries(m_folder); }
-    std::string contentOf(const Path &path) const { return stringOf(m_files.readFile(path, 1 << 20).valueOr({})); }
-
-    /// Puts a new file with that content in the place of m_file.
-    Result<bool> replace(const std::string &content)
-    {
-        const FileStatus examined = *m_files.status(m_file);
-        Result<std::unique_ptr<OutputFile>> file = m_files.openScratchFile(m_scratch, examined.mode);
-        if (!file)
-            return file.failure();
-        EXPECT_TRUE((*file)->write(bytesOf(content)));
-        EXPECT_TRUE((*file)->close());
-        if (const Result<void> made = (*file)->makeLike(m_file, examined); !made)
-            return made.failure();
-        return (*file)->replace(m_file, examined);
-    }
-
-    LinuxFileSystem m_linux;
-    FileSystem &m_files = m_linux;
-    Path m_folder = PrivateHome::current().makeFolder("linux-output");
-    Path m_file = m_folder / "file";
-    Path m_companion = m_folder / "._file";
-    Path m_scratch = m_folder / "scratch";
-};
+// What a replaced file keeps.
 
 TEST_F(LinuxOutputFileTest, replace_keepsModeTimesAndOwner)
 {
@@ -255,86 +212,4 @@ TEST_F(LinuxOutputFileTest, scratchFile_whoseAttributesDidNotFit_leavesThemWithT
     }
     EXPECT_THAT(names(), ElementsAre("._file", "file"));
     EXPECT_EQ(m_files.attribute(m_file, "large", Links::NotFollow).valueOr({}), large);
-}
-
-TEST_F(LinuxOutputFileTest, forkInCompanion_ofTwoNames_isShared)
-{
-    write(m_file, {});
-    makeCompanion("a fork");
-    std::filesystem::create_hard_link(m_file, m_folder / "other");
-    EXPECT_TRUE(m_files.isForkShared(m_file).valueOr(false));
-    EXPECT_TRUE(m_files.isForkShared(m_folder / "other").valueOr(false));
-}
-
-TEST_F(LinuxOutputFileTest, forkInAttribute_ofTwoNames_isNotShared)
-{
-    write(m_file, {});
-    ASSERT_TRUE(m_files.setAttribute(m_file, kResourceForkAttribute, bytesOf("a fork"), Links::NotFollow));
-    std::filesystem::create_hard_link(m_file, m_folder / "other");
-    EXPECT_FALSE(m_files.isForkShared(m_file).valueOr(true));
-    EXPECT_FALSE(m_files.isForkShared(m_folder / "other").valueOr(true));
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_takesTheCompanionWithItWhenNothingElseIsInIt)
-{
-    write(m_file, bytesOf("expanded"));
-    makeCompanion("a fork", {{{}}, {{"com.apple.DECMPFS", bytesOf("header")}}, {}});
-    const auto fork = *m_files.openResourceFork(m_file);
-    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
-    EXPECT_THAT(names(), ElementsAre("file"));
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_leavesWhatElseTheCompanionHolds)
-{
-    write(m_file, bytesOf("expanded"));
-    AppleDoubleContent content{{{}}, {{kDecmpfsAttribute, bytesOf("header")}, {"kept", bytesOf("value")}}, {}};
-    content.finderInformation->at(3) = 7;
-    makeCompanion("a fork", content);
-    const auto fork = *m_files.openResourceFork(m_file);
-    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
-    EXPECT_EQ(m_files.openResourceFork(m_file).failure().code, ErrorCode::NotFound);
-    EXPECT_THAT(*m_files.attributeNames(m_file, Links::NotFollow), ElementsAre("kept"));
-    EXPECT_EQ(stringOf(*m_files.attribute(m_file, "kept", Links::NotFollow)), "value");
-    EXPECT_GT(std::filesystem::file_size(m_companion), 0u);
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_ofACompanionReplacedMeanwhile_isBusyAndStays)
-{
-    write(m_file, bytesOf("expanded"));
-    makeCompanion("a fork");
-    const auto fork = *m_files.openResourceFork(m_file);
-    std::filesystem::rename(m_companion, m_folder / "old");
-    makeCompanion("another fork");
-    EXPECT_EQ(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}).failure().code, ErrorCode::Busy);
-    EXPECT_EQ((*m_files.openResourceFork(m_file))->size(), std::string("another fork").size());
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_ofACompanionWrittenMeanwhile_isBusyAndStays)
-{
-    write(m_file, bytesOf("expanded"));
-    makeCompanion("a fork");
-    const auto fork = *m_files.openResourceFork(m_file);
-    makeCompanion("a longer fork");
-    EXPECT_EQ(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}).failure().code, ErrorCode::Busy);
-    EXPECT_TRUE(std::filesystem::exists(m_companion));
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_readFromAnAttribute_leavesTheCompanionsOthers)
-{
-    write(m_file, bytesOf("expanded"));
-    makeCompanion("", {{}, {{kDecmpfsAttribute, bytesOf("header")}, {"kept", bytesOf("value")}}, {}});
-    ASSERT_TRUE(m_files.setAttribute(m_file, kResourceForkAttribute, bytesOf("a fork"), Links::NotFollow));
-    const auto fork = *m_files.openResourceFork(m_file);
-    ASSERT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
-    EXPECT_THAT(*m_files.attributeNames(m_file, Links::NotFollow),
-                UnorderedElementsAre("kept", kResourceForkAttribute));
-}
-
-TEST_F(LinuxOutputFileTest, discardedFork_withoutCompanion_isDone)
-{
-    write(m_file, bytesOf("expanded"));
-    makeCompanion("a fork");
-    const auto fork = *m_files.openResourceFork(m_file);
-    std::filesystem::remove(m_companion);
-    EXPECT_TRUE(m_files.discardFork(m_file, *fork, {kDecmpfsAttribute}));
 }
