@@ -21,6 +21,7 @@
 #include <filesystem>
 #include <functional>
 #include <sqlite3.h>
+#include <time.h>
 #include <vector>
 
 // What the folder table costs with very many folders, and the sum over very many records beside the plain C interface
@@ -29,11 +30,26 @@
 
 using Clock = std::chrono::steady_clock;
 
-static double millisecondsOf(const std::function<void()> &run)
+struct Cost
+{
+    double ms = 0;       ///< that passed
+    double threadMs = 0; ///< in which the main thread ran
+};
+
+static double threadMilliseconds()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
+}
+
+static Cost costOf(const std::function<void()> &run)
 {
     const Clock::time_point start = Clock::now();
+    const double threadStart = threadMilliseconds();
     run();
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    const double threadMs = threadMilliseconds() - threadStart;
+    return {std::chrono::duration<double, std::milli>(Clock::now() - start).count(), threadMs};
 }
 
 static double median(std::vector<double> values)
@@ -42,12 +58,27 @@ static double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-static double medianOf(int rounds, const std::function<void()> &run)
+static Cost median(const std::vector<Cost> &costs)
 {
-    std::vector<double> times;
+    std::vector<double> passed, ran;
+    for (const Cost &cost : costs) {
+        passed.push_back(cost.ms);
+        ran.push_back(cost.threadMs);
+    }
+    return {median(std::move(passed)), median(std::move(ran))};
+}
+
+static Cost medianOf(int rounds, const std::function<void()> &run)
+{
+    std::vector<Cost> costs;
     for (int round = 0; round < rounds; ++round)
-        times.push_back(millisecondsOf(run));
-    return median(std::move(times));
+        costs.push_back(costOf(run));
+    return median(costs);
+}
+
+static void print(const char *what, const Cost &cost, const char *more = "")
+{
+    std::printf("%s: %.2f ms, %.2f ms of the main thread%s\n", what, cost.ms, cost.threadMs, more);
 }
 
 static void execute(sqlite3 *store, const char *statement)
@@ -105,7 +136,7 @@ static void show(QTableView &table)
     table.grab();
 }
 
-static double frameOf(QTableView &table)
+static Cost frameOf(QTableView &table)
 {
     QImage image(table.viewport()->size(), QImage::Format_ARGB32_Premultiplied);
     int place = 0;
@@ -122,33 +153,33 @@ static void measureTable()
     DVTableView table;
     table.setItemDelegate(new FoldersTableDelegate(&table));
     PXHistoryController *history = nullptr;
-    std::printf("open the table: %.0f ms\n", millisecondsOf([&] {
-                    history = PXHistoryController::sharedHistoryController();
-                    history->setFoldersArrayController(array);
-                    history->setFoldersTableView(&table);
-                    history->awakeFromNib();
-                    show(table);
-                }));
+    print("open the table", costOf([&] {
+              history = PXHistoryController::sharedHistoryController();
+              history->setFoldersArrayController(array);
+              history->setFoldersTableView(&table);
+              history->awakeFromNib();
+              show(table);
+          }));
     array->setSelectionIndexes({3, 70, array->rowCount() - 1});
     const std::vector<int> before = array->selectionIndexes();
     const auto refresh = [&] {
         history->savingsNeedRefreshing({});
         table.grab();
     };
-    std::printf("refresh, places known a moment ago: %.0f ms\n", medianOf(5, refresh));
-    std::vector<double> later;
+    print("refresh, places known a moment ago", medianOf(5, refresh));
+    std::vector<Cost> later;
     for (int round = 0; round < 3; ++round) {
         QThread::msleep(3200);
         QCoreApplication::processEvents();
-        later.push_back(millisecondsOf(refresh));
+        later.push_back(costOf(refresh));
     }
-    std::printf("refresh after a pause: %.0f ms, the selection is %s\n", median(later),
-                array->selectionIndexes() == before ? "kept" : "LOST");
-    std::printf("scroll by a frame: %.2f ms\n", frameOf(table));
+    print("refresh after a pause", median(later),
+          array->selectionIndexes() == before ? ", the selection is kept" : ", the selection is LOST");
+    print("scroll by a frame", frameOf(table));
     QTableView plain;
     plain.setModel(array);
     show(plain);
-    std::printf("scroll by a frame, plain table over the same rows: %.2f ms\n", frameOf(plain));
+    print("scroll by a frame, plain table over the same rows", frameOf(plain));
 }
 
 static void measureSums(const Path &store, int count)
@@ -167,16 +198,18 @@ static void measureSums(const Path &store, int count)
     ByteCount plainSum = 0;
     std::vector<double> ours, plain;
     for (int round = 0; round < 9; ++round) { // by turns, since other work on the machine comes and goes
-        ours.push_back(millisecondsOf([&] { sum = *(*opened)->sumOfSavings(nullptr); }));
-        plain.push_back(millisecondsOf([&] {
-            sqlite3_stmt *query = nullptr;
-            sqlite3_prepare_v2(database,
-                               "SELECT SUM(ZSAVINGS & 4294967295), SUM((ZSAVINGS >> 32) & 4294967295) FROM ZHISTORY",
-                               -1, &query, nullptr);
-            sqlite3_step(query);
-            plainSum = ByteCount(sqlite3_column_int64(query, 0)) + (ByteCount(sqlite3_column_int64(query, 1)) << 32);
-            sqlite3_finalize(query);
-        }));
+        ours.push_back(costOf([&] { sum = *(*opened)->sumOfSavings(nullptr); }).threadMs);
+        plain.push_back(costOf([&] {
+                            sqlite3_stmt *query = nullptr;
+                            sqlite3_prepare_v2(
+                                database,
+                                "SELECT SUM(ZSAVINGS & 4294967295), SUM((ZSAVINGS >> 32) & 4294967295) FROM ZHISTORY",
+                                -1, &query, nullptr);
+                            sqlite3_step(query);
+                            plainSum = ByteCount(sqlite3_column_int64(query, 0)) +
+                                       (ByteCount(sqlite3_column_int64(query, 1)) << 32);
+                            sqlite3_finalize(query);
+                        }).threadMs);
     }
     sqlite3_close(database);
     std::printf("sum of %d records: %.1f ms, C interface %.1f ms, %.2f times, the sums %s\n", count, median(ours),
