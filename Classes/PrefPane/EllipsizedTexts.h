@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Classes/Shared/AttributedString.h"
+#include "Classes/Shared/ShrinkingTextMeasure.h"
 
 #include <QCache>
 
@@ -9,7 +10,7 @@
 class EllipsizedTexts final
 {
 public:
-    explicit EllipsizedTexts(MeasureText measure = widthOf);
+    explicit EllipsizedTexts(MeasureText measure = ShrinkingTextMeasure());
 
     /// As `mutableEllipsizedStringFrom` answers.
     AttributedString shortened(const QString &text, const TextAttributes &attributes, float width);
