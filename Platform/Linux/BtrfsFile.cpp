@@ -133,9 +133,11 @@ Result<Descriptor> BtrfsFile::makeScratch() const
 /// them while nobody can write to either. No time changes by that.
 Result<void> BtrfsFile::takeOver(int scratch, ByteCount offset, ByteCount length) const
 {
-    alignas(file_dedupe_range) std::array<std::byte, sizeof(file_dedupe_range) + sizeof(file_dedupe_range_info)> room;
-    file_dedupe_range &range = *new (room.data()) file_dedupe_range{};
-    file_dedupe_range_info &info = *new (room.data() + sizeof range) file_dedupe_range_info{};
+    // Zeroed as bytes: one of the two ends in an array without a length, which not every compiler initializes.
+    alignas(file_dedupe_range) std::array<std::byte, sizeof(file_dedupe_range) + sizeof(file_dedupe_range_info)> room =
+        {};
+    auto &range = *reinterpret_cast<file_dedupe_range *>(room.data());
+    auto &info = *reinterpret_cast<file_dedupe_range_info *>(room.data() + sizeof range);
     range.src_length = length;
     range.dest_count = 1;
     info.dest_fd = m_descriptor.get();
