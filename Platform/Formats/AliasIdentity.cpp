@@ -58,7 +58,7 @@ bool AliasIdentity::isSameAs(const AliasIdentity &other) const
     if (!isOnVolumeOf(other))
         return false;
     if (!hasPersistentIds || !other.hasPersistentIds)
-        return birth && birth == other.birth;
+        return birth == other.birth; // most of FUSE knows none; then the place must do
     if (inode != other.inode)
         return false;
     if (!handle.empty() && !other.handle.empty() && handleType == other.handleType)

@@ -31,7 +31,7 @@ std::optional<Path> AliasSearch::find(const Path &lastSeen, const Path &mountPoi
     Path searched;
     for (Path folder = lastSeen.parent_path();; folder = folder.parent_path()) {
         struct stat status = {};
-        if (::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        if (isOnMount(folder, mountPoint) && ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
             if (std::optional<Path> found = searchBelow(folder, searched))
                 return found;
             searched = folder;
@@ -39,6 +39,14 @@ std::optional<Path> AliasSearch::find(const Path &lastSeen, const Path &mountPoi
         if (isExhausted() || folder == mountPoint || !folder.has_relative_path())
             return std::nullopt;
     }
+}
+
+/// Whether the folder lies there as it is spelt: a link above it may lead to another volume by now, and that would be
+/// searched under a spelling that knows none of its mounts.
+bool AliasSearch::isOnMount(const Path &folder, const Path &mountPoint) const
+{
+    return m_mounts.holding(folder) == m_mounts.holding(mountPoint) &&
+           m_mounts.resolveWithoutMounting(folder) == folder;
 }
 
 /// Breadth first: people move folders to shallow places more often than into deep ones.

@@ -37,6 +37,7 @@ private:
     std::optional<Path> searchBelow(const Path &folder, const Path &alreadySearched);
     std::optional<Path> searchFolder(const Path &folder, const Path &alreadySearched, std::deque<Path> &folders);
     std::optional<Path> accept(const Path &candidate) const;
+    bool isOnMount(const Path &folder, const Path &mountPoint) const;
 
     const AliasIdentity &m_identity;
     const MountTable &m_mounts;

@@ -32,8 +32,8 @@ static bool hasPersistentIds(const Mount *mount)
 {
     if (!mount)
         return true;
-    static constexpr std::array kMadeUp = {"msdos", "vfat", "exfat", "fuse"};
-    return std::find(kMadeUp.begin(), kMadeUp.end(), mount->type) == kMadeUp.end() && !mount->type.starts_with("fuse.");
+    static constexpr std::array kMadeUp = {"msdos", "vfat", "exfat"};
+    return std::find(kMadeUp.begin(), kMadeUp.end(), mount->type) == kMadeUp.end() && !mount->isFuse();
 }
 
 /// FNV-1a, for volumes that have no number of their own; never 0.

@@ -4,7 +4,7 @@
 #include "Platform/isInside.h"
 
 #include <algorithm>
-#include <functional>
+#include <atomic>
 #include <set>
 #include <sstream>
 
@@ -52,8 +52,9 @@ static std::optional<Mount> parseLine(const std::string &line)
 
 bool Mount::mayHang() const
 {
-    static const std::set<std::string> kRemote = {"9p", "afs", "autofs", "ceph", "cifs", "gfs2", "nfs", "nfs4", "smb3"};
-    return kRemote.contains(type) || type.starts_with("fuse.") || type == "fuse";
+    static const std::set<std::string> kRemote = {"9p",  "afs",  "autofs", "beegfs", "ceph",     "cifs", "gfs2",
+                                                  "nfs", "nfs4", "lustre", "ocfs2",  "orangefs", "smb3", "virtiofs"};
+    return isFuse() || kRemote.contains(type);
 }
 
 Result<MountTable> MountTable::read()
@@ -73,7 +74,9 @@ Result<MountTable> MountTable::read()
             break;
         text.append(buffer, std::size_t(count));
     }
+    static std::atomic<std::size_t> readings = 0;
     MountTable table = parse(text);
+    table.m_generation = ++readings;
     table.addRootWhereMissing();
     return table;
 }
@@ -81,7 +84,6 @@ Result<MountTable> MountTable::read()
 MountTable MountTable::parse(const std::string &text)
 {
     MountTable table;
-    table.m_generation = std::hash<std::string>()(text);
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         if (std::optional<Mount> mount = parseLine(line)) {

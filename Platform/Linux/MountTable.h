@@ -24,6 +24,9 @@ struct Mount
     /// A trigger that mounts something when it is entered.
     bool isAutomounter() const { return type == "autofs"; }
 
+    /// Whether an ordinary process serves it.
+    bool isFuse() const { return type == "fuse" || type == "fuseblk" || type.starts_with("fuse."); }
+
     /// Whether merely opening the mount point may wait for another machine or process.
     bool mayHang() const;
 };
@@ -47,7 +50,7 @@ public:
     /// is kept as it is spelt. Nothing when an automounter or too many links are in the way.
     std::optional<Path> resolveWithoutMounting(const Path &path) const;
 
-    /// Another value whenever something was mounted, unmounted or moved.
+    /// Another value for each reading. What is mounted may be another though the kernel tells it in the same words.
     std::size_t generation() const { return m_generation; }
 
 private:

@@ -53,7 +53,8 @@ Result<Connection> VolumeMedium::connection(const Mount &mount) const
         return kInMemory;
     if (mount.type == "overlay")
         return connectionOfLayers(mount);
-    if (mount.mayHang() || !mount.source.starts_with(m_folders.devices.native() + "/"))
+    const bool isUntold = mount.mayHang() && mount.type != "fuseblk"; // which only root mounts, from a device
+    if (isUntold || !mount.source.starts_with(m_folders.devices.native() + "/"))
         return kOnNoBus;
     const std::string first = mount.source.substr(0, mount.source.find(':')); // bcachefs names all of its devices
     const Result<BlockDevice> device = BlockDevice::withName(m_folders, first);

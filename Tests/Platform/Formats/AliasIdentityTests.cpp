@@ -96,7 +96,7 @@ TEST(AliasIdentity, isSameAs_anotherVolume_isAnotherFile)
     EXPECT_FALSE(nameless.isSameAs(nameless));
 }
 
-TEST(AliasIdentity, isSameAs_madeUpNumbers_goesByBirthAlone)
+TEST(AliasIdentity, isSameAs_madeUpNumbers_goesByBirthAndElseByVolume)
 {
     AliasIdentity recorded = example();
     recorded.hasPersistentIds = false;
@@ -105,6 +105,10 @@ TEST(AliasIdentity, isSameAs_madeUpNumbers_goesByBirthAlone)
     met.handle.clear();
     EXPECT_TRUE(met.isSameAs(recorded));
     met.birth.reset();
+    EXPECT_FALSE(met.isSameAs(recorded)) << "only one of them knows it";
     recorded.birth.reset();
+    EXPECT_TRUE(met.isSameAs(recorded)) << "the volume and the place are all that there is";
+    met.volumeUuid.clear();
+    met.fileSystemId += 1;
     EXPECT_FALSE(met.isSameAs(recorded));
 }

@@ -261,6 +261,19 @@ TEST_F(LinuxAliasManagerTest, find_links_areNotFollowed)
     EXPECT_EQ(search.entries(), 1u);
 }
 
+TEST_F(LinuxAliasManagerTest, find_linkAboveTheOldPlace_isNotSearchedThrough)
+{
+    fs::create_directories(m_root / "volume/projects/old");
+    fs::create_directories(m_root / "elsewhere/old/target");
+    const AliasIdentity identity = identityOf(m_root / "elsewhere/old/target");
+    fs::remove_all(m_root / "volume/projects");
+    fs::create_directory_symlink(m_root / "elsewhere", m_root / "volume/projects");
+    const MountTable table = *MountTable::read();
+    AliasSearch search(identity, table, wide());
+    EXPECT_EQ(search.find(m_root / "volume/projects/old/x", m_root / "volume"), std::nullopt);
+    EXPECT_EQ(search.entries(), 1u) << "the link, and nothing behind it";
+}
+
 TEST_F(LinuxAliasManagerTest, find_entryLimit_endsTheSearch)
 {
     for (int index = 0; index < 100; ++index)

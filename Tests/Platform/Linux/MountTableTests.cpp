@@ -44,10 +44,30 @@ TEST(MountTable, holding_path_isTheUppermostMountAboveIt)
     EXPECT_FALSE(table.isMountPoint("/mnt/file"));
 }
 
-TEST(MountTable, generation_anotherMount_isAnother)
+TEST(MountTable, generation_readAgain_isAnother)
 {
-    EXPECT_EQ(example().generation(), example().generation());
-    EXPECT_NE(example().generation(), example("/other").generation());
+    const Result<MountTable> first = MountTable::read(), second = MountTable::read();
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(first->generation(), second->generation()) << "another volume may be mounted in the same words";
+}
+
+TEST(MountTable, mayHang_whatAnotherMachineOrProcessServes_does)
+{
+    const auto mountOf = [](const std::string &type) {
+        return MountTable::parse("30 22 0:25 / /mnt rw - " + type + " source rw\n").mounts().front();
+    };
+    for (const char *const type : {"fuse", "fuse.sshfs", "fuseblk"}) {
+        EXPECT_TRUE(mountOf(type).isFuse()) << type;
+        EXPECT_TRUE(mountOf(type).mayHang()) << type;
+    }
+    for (const char *const type : {"nfs4", "virtiofs", "cifs", "lustre"}) {
+        EXPECT_FALSE(mountOf(type).isFuse()) << type;
+        EXPECT_TRUE(mountOf(type).mayHang()) << type;
+    }
+    for (const char *const type : {"ext4", "fusectl", "btrfs"}) {
+        EXPECT_FALSE(mountOf(type).isFuse()) << type;
+        EXPECT_FALSE(mountOf(type).mayHang()) << type;
+    }
 }
 
 TEST(MountTable, read_thisMachine_hasItsRoot)
