@@ -106,6 +106,8 @@ void HelperApplication::observe()
 void HelperApplication::readSettings()
 {
     const HelperSettings settings = HelperSettings::read(m_place.settings);
+    if (std::exchange(m_trouble, settings.trouble) != settings.trouble && !settings.trouble.empty())
+        logLine("Settings cannot be read, the built-in ones hold: " + settings.trouble);
     if (std::exchange(m_isVisible, settings.visible) != settings.visible)
         logLine(std::string("Visible: ") + wordFor(settings.visible));
     if (std::exchange(m_isActive, settings.active) != settings.active) {

@@ -87,6 +87,7 @@ private:
     QTimer m_nextSurvey;
     std::map<qint64, ByteCount> m_savings; ///< as recorded when the round began
     std::vector<DistributedNotificationCenter::ObserverId> m_observers;
+    std::string m_trouble; ///< with which the settings could not be read last time
     bool m_isActive = false;
     bool m_isVisible = true;
 };

@@ -472,6 +472,26 @@ TEST_F(HelperApplicationTest, active_switchedOffAndOn_stopsAndStartsTheSurvey)
     EXPECT_EQ(surveys, 2);
 }
 
+TEST_F(HelperApplicationTest, settings_damaged_areLoggedOnceUntilTheyChange)
+{
+    const auto count = [] {
+        const std::vector<std::string> lines = logged();
+        return std::ranges::count_if(lines,
+                                     [](const std::string &line) { return line.starts_with("Settings cannot"); });
+    };
+    std::ofstream(place.settings) << "<plist version=\"1.0\"><array/></plist>";
+    start();
+    for (int time = 0; time < 3; ++time)
+        receive("com.dovrane.pellix.active");
+    EXPECT_EQ(count(), 1);
+    set("<key>active</key><false/>");
+    receive("com.dovrane.pellix.active");
+    EXPECT_EQ(count(), 1);
+    std::ofstream(place.settings) << "<plist";
+    receive("com.dovrane.pellix.active");
+    EXPECT_EQ(count(), 2);
+}
+
 TEST_F(HelperApplicationTest, active_offFromTheBeginning_foldersAreRecordedOnly)
 {
     set("<key>active</key><false/>");
