@@ -4,9 +4,18 @@
 
 namespace {
 
+constexpr int kMostRecords = 100'000; // many times what a list can be worked with
+
 std::string quotedColumn(const HistoryModel &model, const char *attribute)
 {
     return quoted(model.column(attribute));
+}
+
+/// No alias record is longer, and a stranger's file may hold a gigabyte in its place; that counts as none.
+std::string boundedAlias(const HistoryModel &model)
+{
+    const std::string alias = quotedColumn(model, HistoryModel::kFolderAlias);
+    return "CASE WHEN length(" + alias + ") <= 65536 THEN " + alias + " END";
 }
 
 std::string restriction(const HistoryModel &model, const HistoryPredicate *predicate)
@@ -38,10 +47,10 @@ Result<std::vector<HistoryRecord>> records(SqliteConnection &connection, const H
                                            const HistoryPredicate *predicate)
 {
     Result<QSqlQuery> query = connection.run(
-        "SELECT \"Z_PK\", " + connection.textColumn(model.column(HistoryModel::kFolder)) + ", " +
-        quotedColumn(model, HistoryModel::kFolderAlias) + ", " + quotedColumn(model, HistoryModel::kEnabled) + ", " +
-        quotedColumn(model, HistoryModel::kStatus) + ", " + quotedColumn(model, HistoryModel::kSavings) + " FROM " +
-        quoted(model.table()) + restriction(model, predicate) + " ORDER BY \"Z_PK\"");
+        "SELECT \"Z_PK\", " + connection.textColumn(model.column(HistoryModel::kFolder)) + ", " + boundedAlias(model) +
+        ", " + quotedColumn(model, HistoryModel::kEnabled) + ", " + quotedColumn(model, HistoryModel::kStatus) + ", " +
+        quotedColumn(model, HistoryModel::kSavings) + " FROM " + quoted(model.table()) + restriction(model, predicate) +
+        " ORDER BY \"Z_PK\" LIMIT " + std::to_string(kMostRecords));
     if (!query)
         return query.failure();
     std::vector<HistoryRecord> records;
@@ -100,8 +109,7 @@ Result<std::vector<FolderRefusal>> refusals(SqliteConnection &connection)
 /// A view or a trigger runs what its author wrote, for as long as that takes.
 static Result<void> checkTablesAlone(SqliteConnection &connection)
 {
-    Result<QSqlQuery> query =
-        connection.run("SELECT COUNT(*) FROM sqlite_master WHERE type NOT IN ('table', 'index')");
+    Result<QSqlQuery> query = connection.run("SELECT COUNT(*) FROM sqlite_master WHERE type NOT IN ('table', 'index')");
     if (!query)
         return query.failure();
     const bool isMore = query->next() && query->value(0).toInt() > 0;

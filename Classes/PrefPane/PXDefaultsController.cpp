@@ -5,6 +5,7 @@
 #include "Classes/Shared/keepAside.h"
 #include "Classes/Shared/truthOf.h"
 #include "Classes/Util/PXUtil.h"
+#include "Platform/FileSystem.h"
 #include "Platform/SuddenTermination.h"
 
 static constexpr const char *kFirstRun = "firstRun";
@@ -51,8 +52,10 @@ void PXDefaultsController::reload()
     const auto *entries = read ? read->as<PropertyList::Dictionary>() : nullptr;
     if (entries && !entries->empty())
         m_defaults = *read;
-    m_fileIsUnreadable = read ? !entries : isUnreadableForGood(read.failure());
-    m_fileIsUnknown = !read && !m_fileIsUnreadable && read.failure().code != ErrorCode::NotFound;
+    const bool isMissing = !read && read.failure().code == ErrorCode::NotFound;
+    const bool leadsNowhere = isMissing && FileSystem::current().status(*file); // a link, and nothing behind it
+    m_fileIsUnreadable = leadsNowhere || (read ? !entries : isUnreadableForGood(read.failure()));
+    m_fileIsUnknown = !read && !m_fileIsUnreadable && !isMissing;
 }
 
 bool PXDefaultsController::keepUnreadableFileAside(const Path &file)

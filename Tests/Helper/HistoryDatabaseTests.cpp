@@ -59,6 +59,18 @@ TEST_F(HistoryDatabaseTest, addFolder_withoutAlias_keepsNull)
     EXPECT_THAT(folders().front().alias, IsEmpty());
 }
 
+TEST_F(HistoryDatabaseTest, folders_aliasLongerThanAny_countsAsNone)
+{
+    ASSERT_TRUE(m_database->addFolder("/sound", Bytes(65536, 1)));
+    ASSERT_TRUE(m_database->addFolder("/odd", Bytes(65537, 1)));
+    const auto folders = m_database->folders();
+    ASSERT_TRUE(folders);
+    ASSERT_EQ(folders->size(), 2u);
+    EXPECT_EQ(folders->front().alias.size(), 65536u);
+    EXPECT_EQ(folders->back().folder, "/odd");
+    EXPECT_TRUE(folders->back().alias.empty());
+}
+
 TEST_F(HistoryDatabaseTest, addFolder_twice_isOneRecord)
 {
     const qint64 first = *m_database->addFolder("/a", m_alias);

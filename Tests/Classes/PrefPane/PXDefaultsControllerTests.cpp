@@ -280,6 +280,15 @@ TEST_F(PXDefaultsControllerTest, aLinkInTheFilesPlace_isNotWrittenThrough)
     EXPECT_FALSE(settings()->visible());
 }
 
+TEST_F(PXDefaultsControllerTest, aLinkThatLeadsNowhere_isKeptAsideAndTheSettingsAreWritten)
+{
+    fs::create_symlink("nowhere", file());
+    settings()->setVisible(false);
+    EXPECT_FALSE(*written().find("visible")->as<bool>());
+    ASSERT_EQ(keptAside().size(), 1u);
+    EXPECT_EQ(fs::read_symlink(keptAside().front()), "nowhere");
+}
+
 TEST_F(PXDefaultsControllerTest, aFailedWrite_isLoggedAndTheValueStaysInMemory)
 {
     settings();
