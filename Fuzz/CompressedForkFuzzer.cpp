@@ -1,12 +1,23 @@
 // A header of 16 bytes and a fork behind it: whatever they claim, every block lies in the fork and is no larger than a
-// block may be. And any content comes back the same from the fork that is built of it.
+// block may be; and an expansion of such a file gives what zlib makes of its blocks, or loses nothing. And any content
+// comes back the same from the fork that is built of it.
 
 #include "Classes/Shared/CompressedBlockReader.h"
 #include "Classes/Shared/CompressedForkBuilder.h"
+#include "Classes/Shared/DVHFSUncompressor.h"
+#include "Classes/Shared/FastZlib.h"
+#include "Classes/Shared/LeftLocks.h"
+#include "Classes/Shared/Log.h"
+#include "Platform/Fake/FakeFileLeases.h"
+#include "Platform/Fake/FakeFileSystem.h"
+#include "Platform/Fake/FakeUserFolders.h"
+#include "Platform/Fake/FakeVolumes.h"
 #include "Platform/Formats/MemoryFork.h"
 
 #include <algorithm>
 #include <cstdlib>
+
+#include <zlib.h>
 
 static constexpr std::uint32_t kMostBlocks = 256;
 
@@ -41,6 +52,62 @@ static void readForeign(ByteView bytes)
     require(!blocks->entry(blocks->count()));
 }
 
+/// The blocks one behind the other, each as zlib has it; nullopt where one of them is no whole stream.
+static std::optional<Bytes> contentByZlib(ByteView fork)
+{
+    Result<CompressedBlockReader> blocks = readerOf(Bytes(fork.begin(), fork.end()));
+    if (!blocks)
+        return std::nullopt;
+    Bytes content, block(kCompressionBlockSize);
+    ByteCount position = blocks->heads().tableEnd();
+    for (std::uint32_t index = 0; index < blocks->count(); ++index) {
+        const Result<HFSPlusCmpfRsrcBlock> entry = blocks->entry(index);
+        if (!entry || entry->blockSize > kCompressionBlockSize)
+            return std::nullopt;
+        const std::size_t size = std::min<std::size_t>(entry->blockSize, fork.size() - position);
+        const ByteView packed = fork.subspan(position, size);
+        uLongf length = kCompressionBlockSize;
+        if (size > 0 && ::uncompress(block.data(), &length, packed.data(), uLong(size)) != Z_OK)
+            return std::nullopt;
+        if (size > 0)
+            content.insert(content.end(), block.begin(), block.begin() + std::ptrdiff_t(length));
+        position += size;
+    }
+    return content;
+}
+
+static void expandForeign(ByteView bytes)
+{
+    static const Path s_file = "/folder/file", s_root = "/tmp";
+    const std::size_t header = std::min(bytes.size(), sizeof(HFSPlusDecmpfs));
+    const ByteView fork = bytes.subspan(header);
+    if (const auto blocks = readerOf(Bytes(fork.begin(), fork.end())); blocks && blocks->count() > kMostBlocks)
+        return; // more only takes longer
+    FakeFileSystem files;
+    FakeFileLeases leases;
+    FakeUserFolders folders(s_root);
+    FakeVolumes volumes;
+    volumes.volumes.push_back({"/"});
+    files.addFile(s_file);
+    files.addFolder(*folders.temporary());
+    files.setResourceFork(s_file, fork);
+    require(bool(files.setAttribute(s_file, kDecmpfsAttribute, bytes.first(header), Links::NotFollow)));
+    require(bool(files.setFlags(s_file, kCompressedFlag)));
+    const Override<FileSystem> filesInPlace(files);
+    const Override<FileLeases> leasesInPlace(leases);
+    const Override<UserFolders> foldersInPlace(folders);
+    const Override<Volumes> volumesInPlace(volumes);
+    const bool isExpanded = DVHFSUncompressor::expandInPlacePath(s_file);
+    LeftLocks::release();
+    const Result<Bytes> content = files.readFile(s_file, ByteCount{1} << 30);
+    const std::optional<Bytes> expected = contentByZlib(fork);
+    require(bool(content) && files.entries(*folders.temporary())->empty());
+    if (isExpanded)
+        require(expected ? *content == *expected : FastZlib::isThere());
+    else
+        require(content->empty() && (fork.empty() || (*files.openResourceFork(s_file))->size() == fork.size()));
+}
+
 static void writeAndReadBack(ByteView content)
 {
     Result<Bytes> fork = CompressedForkBuilder::build(content);
@@ -61,7 +128,10 @@ static void writeAndReadBack(ByteView content)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    static const bool s_isQuiet = (setLogSink([](const std::string &) {}), true);
+    require(s_isQuiet);
     readForeign(ByteView(data, size));
+    expandForeign(ByteView(data, size));
     writeAndReadBack(ByteView(data, size));
     return 0;
 }
