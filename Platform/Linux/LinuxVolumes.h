@@ -48,7 +48,7 @@ private:
         -> std::invoke_result_t<Ask, const Mount &, const MountTable &>;
     Result<std::int16_t> numberOf(const Place &place) const;
 
-    const SystemFolders m_folders;
+    const SystemFolders m_folders{};
     mutable std::mutex m_mutex;
     mutable std::map<Reference, std::int16_t> m_numbers;
     mutable std::map<std::int16_t, Reference> m_references;
