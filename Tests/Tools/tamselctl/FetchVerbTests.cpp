@@ -36,7 +36,7 @@ TEST(FetchVerb, nobodyThere_isAFailure)
     const Ended ended = tamselctl({"fetch", url});
     EXPECT_EQ(ended.exitCode, 1);
     EXPECT_THAT(ended.out, IsEmpty());
-    EXPECT_THAT(ended.err, HasSubstr("onnection refused"));
+    EXPECT_THAT(ended.err, HasSubstr("Failed to connect to 127.0.0.1"));
 }
 
 TEST(FetchVerb, noUrl_isWrongUse)
