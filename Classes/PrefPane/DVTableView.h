@@ -66,6 +66,7 @@ public:
     void endEditing();
 
     /// Tells the user that what was asked for could not be done.
+    void startAtAnEnd(const QKeyEvent &event);
     void beep();
 
     /// Trims from the ends of what the editor holds whatever may not stand there. Between others it stays.

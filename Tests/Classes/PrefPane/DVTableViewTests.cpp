@@ -111,6 +111,18 @@ TEST_F(DVTableViewTest, otherKeys_areTheTablesOwn)
     EXPECT_THAT(delegate.removed, IsEmpty());
 }
 
+TEST_F(DVTableViewTest, cursorKeys_nothingSelected_selectTheFirstRow)
+{
+    for (const Qt::Key key : {Qt::Key_Home, Qt::Key_Down}) {
+        table.clearSelection();
+        table.selectionModel()->setCurrentIndex(model.index(0, 0), QItemSelectionModel::NoUpdate);
+        QTest::keyClick(&table, key);
+        EXPECT_THAT(table.selectedRowIndexes(), ElementsAre(0)) << key;
+    }
+    QTest::keyClick(&table, Qt::Key_Down);
+    EXPECT_THAT(table.selectedRowIndexes(), ElementsAre(1));
+}
+
 TEST_F(DVTableViewTest, backspaceWhileEditing_isTheEditors)
 {
     QLineEdit &editor = edit(1);
