@@ -41,8 +41,7 @@ public:
 
     /// Finds the target without showing or mounting anything: at the stored path, then by file handle where the system
     /// allows it, then by a bounded search of its volume; only the very file that the record was made for is an answer.
-    /// The main thread never searches: it finds what another thread has found.
-    /// Errors: NotFound, Corrupt.
+    /// The main thread never searches: it finds what another thread has found. Errors: NotFound, Corrupt.
     virtual Result<Resolution> resolve(ByteView record, const Path &relativeTo = {}) const = 0;
 
     /// Errors: Corrupt.

@@ -73,7 +73,7 @@ void DVTableView::keyPressEvent(QKeyEvent *event)
 {
     const bool isDelete = event->key() == Qt::Key_Backspace || event->key() == Qt::Key_Delete;
     if (!isDelete || state() == EditingState) { // what the field editor leaves is not for the rows
-        startAtAnEnd(*event);
+        forgetUnselectedCursor(*event);
         return QTableView::keyPressEvent(event);
     }
     event->accept();
@@ -85,7 +85,7 @@ void DVTableView::keyPressEvent(QKeyEvent *event)
 
 /// A table that gets the keys puts its cursor on the first row without selecting that. A key that moves the cursor
 /// would pass it over, or do nothing where it leads there.
-void DVTableView::startAtAnEnd(const QKeyEvent &event)
+void DVTableView::forgetUnselectedCursor(const QKeyEvent &event)
 {
     const bool selects = event.modifiers() == Qt::NoModifier; // with others the cursor may go where it will
     if (selects && state() != EditingState && selectionModel() && !selectionModel()->hasSelection())

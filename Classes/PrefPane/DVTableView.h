@@ -66,7 +66,6 @@ public:
     void endEditing();
 
     /// Tells the user that what was asked for could not be done.
-    void startAtAnEnd(const QKeyEvent &event);
     void beep();
 
     /// Trims from the ends of what the editor holds whatever may not stand there. Between others it stays.
@@ -89,6 +88,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void forgetUnselectedCursor(const QKeyEvent &event);
     bool mayDrop(const QDropEvent &event);
     void setTarget(bool isTarget);
 

@@ -48,8 +48,8 @@ public:
     void setAliasData(std::optional<Bytes> data);
 
     /// Where the file is now. On the main thread a moved one is not searched for. Nothing when it cannot be found
-    /// without mounting anything, or when what was found has
-    /// another ID or lies on a volume of another name than when the record was set. May bring the record up to date.
+    /// without mounting anything, or when what was found has another ID or lies on a volume of another name than when
+    /// the record was set. May bring the record up to date.
     std::optional<Path> fullPath() const { return fullPathRelativeToPath({}); }
     /// `relativeTo` must exist unless it is empty.
     std::optional<Path> fullPathRelativeToPath(const Path &relativeTo) const;
